@@ -1,0 +1,27 @@
+# Compile and link settings shared by every target of the tree.
+
+add_compile_options(-Wall -Wextra -Werror)
+
+if(ZVSDP_SANITIZE)
+  add_compile_options(-fsanitize=${ZVSDP_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${ZVSDP_SANITIZE})
+endif()
+
+# zvsdp_runtime_library(target): the settings of a library that ships to a gateway.
+# Embedded C++: no exceptions, no RTTI, nothing exported but what the header
+# declares, and no dependency on the C++ runtime's shared objects.
+function(zvsdp_runtime_library target)
+  set_target_properties(${target} PROPERTIES
+    CXX_VISIBILITY_PRESET hidden
+    C_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(${target} PRIVATE
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+  target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,-z,defs)
+  if(NOT ZVSDP_SANITIZE)
+    target_link_options(${target} PRIVATE -static-libstdc++ -static-libgcc)
+  endif()
+  find_package(Threads REQUIRED)
+  target_link_libraries(${target} PRIVATE Threads::Threads)
+endfunction()

@@ -1,0 +1,353 @@
+#include <ctype.h>
+#include <errno.h>
+#include <limits.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "pools.h"
+#include "zvcommon.h"
+
+struct dynstr_s {
+    char *data;  // inl, or storage from the size-class pools
+    uint32_t len;
+    uint32_t cap;  // usable bytes at data, terminator included
+    char inl[48];
+};
+
+namespace zvcommon {
+
+uint32_t dynstrRecordSize()
+{
+    return sizeof(dynstr_s);
+}
+
+int dynstrReleaseHook(void *record, memm_release_fn)
+{
+    dynstr_s *s = static_cast<dynstr_s *>(record);
+    if (s->data && s->data != s->inl)
+        charFree(s->data);
+    return 0;
+}
+
+}  // namespace zvcommon
+
+using namespace zvcommon;
+
+namespace {
+
+// Makes room for `len` characters plus the terminator; keeps the content.
+bool reserve(dynstr_s *s, uint32_t len)
+{
+    if (len + 1 <= s->cap)
+        return true;
+    uint32_t cap = charClassSize(len + 1);
+    if (cap == 0)
+        return false;
+    char *data = charAlloc(cap);
+    if (!data)
+        return false;
+    memcpy(data, s->data, s->len + 1);
+    if (s->data != s->inl)
+        charFree(s->data);
+    s->data = data;
+    s->cap = cap;
+    return true;
+}
+
+dynstr_s *newString(int pool)
+{
+    if (pool == MEMM_POOL_NONE || pool != dynstrPool())
+        return nullptr;
+    dynstr_s *s = static_cast<dynstr_s *>(memm_alloc(pool));
+    if (!s)
+        return nullptr;
+    s->data = s->inl;
+    s->cap = sizeof s->inl;
+    s->len = 0;
+    return s;
+}
+
+int setN(dynstr_s *s, const char *text, uint32_t n)
+{
+    if (n > DYNSTR_MAX_LEN)
+        n = DYNSTR_MAX_LEN;
+    if (!reserve(s, n))
+        return -1;
+    memmove(s->data, text, n);
+    s->data[n] = '\0';
+    s->len = n;
+    return 0;
+}
+
+uint32_t boundedLen(const char *text, uint32_t limit)
+{
+    const void *nul = memchr(text, '\0', limit);
+    return nul ? static_cast<uint32_t>(static_cast<const char *>(nul) - text) : limit;
+}
+
+int vappend(dynstr_s *s, const char *format, va_list ap)
+{
+    char local[256];
+    va_list copy;
+    va_copy(copy, ap);
+    int n = vsnprintf(local, sizeof local, format, copy);
+    va_end(copy);
+    if (n < 0)
+        return -1;
+    uint32_t add = static_cast<uint32_t>(n);
+    if (s->len + add > DYNSTR_MAX_LEN)
+        add = DYNSTR_MAX_LEN - s->len;
+    if (!reserve(s, s->len + add))
+        return -1;
+    if (add < sizeof local) {
+        memcpy(s->data + s->len, local, add);
+    } else {
+        // vsnprintf writes the terminator too, so print into room for it.
+        vsnprintf(s->data + s->len, add + 1, format, ap);
+    }
+    s->len += add;
+    s->data[s->len] = '\0';
+    return 0;
+}
+
+int compare(const char *a, const char *b, bool ignoreCase)
+{
+    if (!a || !b)
+        return (a != nullptr) - (b != nullptr);
+    if (!ignoreCase)
+        return strcmp(a, b);
+    for (;; ++a, ++b) {
+        int ca = tolower(static_cast<unsigned char>(*a));
+        int cb = tolower(static_cast<unsigned char>(*b));
+        if (ca != cb || ca == 0)
+            return ca - cb;
+    }
+}
+
+// Shared by getint32 and getlong: the whole-text rule of the header.
+int parseWhole(const char *text, long *out)
+{
+    if (!text)
+        return -1;
+    const char *p = text;
+    while (*p == ' ' || *p == '\t')
+        ++p;
+    const char *start = p;
+    if (*p == '+' || *p == '-')
+        ++p;
+    if (!isdigit(static_cast<unsigned char>(*p)))
+        return -1;
+    errno = 0;
+    char *end = nullptr;
+    long v = strtol(start, &end, 10);
+    if (errno == ERANGE)
+        return -1;
+    while (*end == ' ' || *end == '\t' || *end == '\r' || *end == '\n')
+        ++end;
+    if (*end != '\0')
+        return -1;
+    *out = v;
+    return 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+dynstr_t dynstr_fromstr(int pool, const char *text)
+{
+    return dynstr_fromstrn(pool, text ? text : "", DYNSTR_MAX_LEN);
+}
+
+dynstr_t dynstr_fromstrn(int pool, const char *text, uint32_t count)
+{
+    dynstr_s *s = newString(pool);
+    if (!s)
+        return nullptr;
+    if (text && setN(s, text, boundedLen(text, count)) != 0) {
+        memm_free(s);
+        return nullptr;
+    }
+    return s;
+}
+
+dynstr_t dynstr_fromuint32(int pool, uint32_t value)
+{
+    return dynstr_fromprintf(pool, "%u", value);
+}
+
+dynstr_t dynstr_fromprintf(int pool, const char *format, ...)
+{
+    dynstr_s *s = newString(pool);
+    if (!s || !format)
+        return s;
+    va_list ap;
+    va_start(ap, format);
+    int rc = vappend(s, format, ap);
+    va_end(ap);
+    if (rc != 0) {
+        memm_free(s);
+        return nullptr;
+    }
+    return s;
+}
+
+dynstr_t dynstr_dup(int pool, dynstr_t source)
+{
+    if (!source)
+        return nullptr;
+    dynstr_s *s = newString(pool);
+    if (s && setN(s, source->data, source->len) != 0) {
+        memm_free(s);
+        return nullptr;
+    }
+    return s;
+}
+
+void dynstr_release(dynstr_t s)
+{
+    memm_free(s);
+}
+
+int dynstr_assign(dynstr_t s, const char *text)
+{
+    if (!s)
+        return -1;
+    if (!text)
+        text = "";
+    return setN(s, text, boundedLen(text, DYNSTR_MAX_LEN));
+}
+
+int dynstr_printf(dynstr_t s, const char *format, ...)
+{
+    if (!s || !format)
+        return -1;
+    uint32_t oldLen = s->len;
+    char first = s->data[0];
+    s->len = 0;
+    s->data[0] = '\0';
+    va_list ap;
+    va_start(ap, format);
+    int rc = vappend(s, format, ap);
+    va_end(ap);
+    if (rc != 0) {
+        // Nothing was written over the old text's first byte but the terminator.
+        s->data[0] = first;
+        s->len = oldLen;
+    }
+    return rc;
+}
+
+int dynstr_append(dynstr_t s, const char *text)
+{
+    if (!s)
+        return -1;
+    if (!text)
+        return 0;
+    uint32_t add = boundedLen(text, DYNSTR_MAX_LEN - s->len);
+    if (!reserve(s, s->len + add))
+        return -1;
+    memcpy(s->data + s->len, text, add);
+    s->len += add;
+    s->data[s->len] = '\0';
+    return 0;
+}
+
+int dynstr_vappendf(dynstr_t s, const char *format, va_list ap)
+{
+    if (!s || !format)
+        return -1;
+    return vappend(s, format, ap);
+}
+
+int dynstr_appendf(dynstr_t s, const char *format, ...)
+{
+    va_list ap;
+    va_start(ap, format);
+    int rc = dynstr_vappendf(s, format, ap);
+    va_end(ap);
+    return rc;
+}
+
+const char *dynstr_cstr(dynstr_t s)
+{
+    return s ? s->data : nullptr;
+}
+
+uint32_t dynstr_len(dynstr_t s)
+{
+    return s ? s->len : 0;
+}
+
+int dynstr_isdynstring(const void *p)
+{
+    int pool = dynstrPool();
+    return p && pool != MEMM_POOL_NONE && memm_isvalidobjfrompool(pool, p);
+}
+
+int dynstr_strcmp(dynstr_t a, dynstr_t b)
+{
+    return compare(dynstr_cstr(a), dynstr_cstr(b), false);
+}
+
+int dynstr_strcmpi(dynstr_t a, dynstr_t b)
+{
+    return compare(dynstr_cstr(a), dynstr_cstr(b), true);
+}
+
+int dynstr_strcmp2(dynstr_t a, const char *b)
+{
+    return compare(dynstr_cstr(a), b, false);
+}
+
+int dynstr_strcmpi2(dynstr_t a, const char *b)
+{
+    return compare(dynstr_cstr(a), b, true);
+}
+
+char *dynstr_strncpy(char *buf, dynstr_t src, uint32_t count)
+{
+    if (!buf)
+        return buf;
+    uint32_t n = src ? (src->len < count ? src->len : count) : 0;
+    if (n)
+        memcpy(buf, src->data, n);
+    buf[n] = '\0';
+    return buf;
+}
+
+int dynstr_getint32(dynstr_t s, int32_t *out)
+{
+    long v = 0;
+    if (!out || parseWhole(dynstr_cstr(s), &v) != 0 || v < INT32_MIN || v > INT32_MAX)
+        return -1;
+    *out = static_cast<int32_t>(v);
+    return 0;
+}
+
+int dynstr_getlong(dynstr_t s, long *out)
+{
+    long v = 0;
+    if (!out || parseWhole(dynstr_cstr(s), &v) != 0)
+        return -1;
+    *out = v;
+    return 0;
+}
+
+char *dynstr_strdup(dynstr_t s)
+{
+    if (!s)
+        return nullptr;
+    char *copy = charAlloc(s->len + 1);
+    if (copy)
+        memcpy(copy, s->data, s->len + 1);
+    return copy;
+}
+
+void dynstr_strfree(char *copy)
+{
+    charFree(copy);
+}
+
+}  // extern "C"

@@ -1,0 +1,28 @@
+// Internal: the process-wide pools behind libzvcommon.
+#pragma once
+
+#include <stdint.h>
+
+#include "memm.h"
+
+namespace zvcommon {
+
+// Record sizes and release hooks of the string and list records.
+uint32_t dynstrRecordSize();
+int dynstrReleaseHook(void *record, memm_release_fn release);
+uint32_t listRecordSize();
+int listReleaseHook(void *record, memm_release_fn release);
+
+// Creates the pools on first use; false when they cannot be created.
+bool ensurePools();
+int dynstrPool();
+int listPool();
+
+// Character storage of at least `bytes` bytes from the size-class pools,
+// or NULL when it is larger than the largest class or memory is short.
+char *charAlloc(uint32_t bytes);
+// The usable size charAlloc gives for `bytes` (0: too large).
+uint32_t charClassSize(uint32_t bytes);
+void charFree(char *storage);
+
+}  // namespace zvcommon

@@ -1,0 +1,100 @@
+// Records of the four pooled classes and the machinery their modules share:
+// pool, lock, trace level, string and list pools.
+#pragma once
+
+#include <pthread.h>
+#include <stdint.h>
+
+#include "log.h"
+#include "memm.h"
+#include "zvcommon.h"
+#include "zvsdp.h"
+
+// The records are the opaque handles of the exported header, so they live
+// in the global namespace. Field order is the record layout callers rely on.
+struct CSdp {
+    uint32_t rights;
+    llist_t media;
+};
+
+struct CMedia {
+    uint32_t rights;
+    uint32_t supported;
+    uint32_t port;
+    uint32_t transport;
+    uint32_t mediaType;
+    llist_t payloads;
+    llist_t attributes;
+    uint32_t inbandDtmf;
+};
+
+struct CPayload {
+    uint32_t rights;
+    uint32_t payloadType;
+    uint32_t channels;
+    uint32_t clockRate;
+    dynstr_t name;
+    dynstr_t fmtp;
+    uint32_t rtpmapEnabled;
+    uint32_t ptime;
+};
+
+struct CAttribute {
+    uint32_t rights;
+    dynstr_t name;
+    dynstr_t value;
+};
+
+namespace zv {
+
+// State of one class module. Everything is zero at load except the handles.
+struct ClassModule {
+    Module log;
+    bool recursive;        // CMedia, CPayload, CAttribute: a created recursive mutex
+    bool logsLockErrors;   // CSdp's static lock reports nothing
+    bool lockReady;        // the recursive mutex exists (created by a start)
+    uint32_t initialised;
+    int pool;
+    int dynstrPool;
+    int listPool;
+    pthread_mutex_t lock;
+
+    void acquire();
+    void release();
+    // Frees every live object of the pool, so each release hook runs.
+    void freeAll();
+    // Class clean-up: flag, objects, string-pool handle, then the lock.
+    void cleanUp();
+};
+
+// Creates the class's recursive mutex; false on failure.
+bool createRecursiveLock(ClassModule &m);
+
+// The shared part of every instance check: a live record of this pool.
+bool isPooledInstance(const ClassModule &m, const void *object);
+// A present, live, non-empty dynamic string.
+bool isSoundName(dynstr_t name);
+
+// RAII holder of a class lock for one object operation.
+class ClassLock {
+public:
+    explicit ClassLock(ClassModule &m) : m_(m) { m_.acquire(); }
+    ~ClassLock() { m_.release(); }
+    ClassLock(const ClassLock &) = delete;
+    ClassLock &operator=(const ClassLock &) = delete;
+
+private:
+    ClassModule &m_;
+};
+
+extern ClassModule g_sdpModule;
+extern ClassModule g_mediaModule;
+extern ClassModule g_payloadModule;
+extern ClassModule g_attrModule;
+
+// Process-wide API state: the API-initialised flag (0 at load, plain memory
+// like the trace levels) and the API's dynamic-string pool.
+extern uint32_t g_apiInitialised;
+extern int g_apiDynstrPool;
+
+}  // namespace zv

@@ -1,0 +1,268 @@
+// CPayload: one payload format of a media description.
+#include <string.h>
+#include <strings.h>
+
+#include "objects.h"
+
+namespace zv {
+ClassModule g_payloadModule = {kModPayload, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
+                               PTHREAD_MUTEX_INITIALIZER};
+}  // namespace zv
+
+using namespace zv;
+
+namespace {
+
+ClassModule &M = g_payloadModule;
+
+int releasePayload(void *record, memm_release_fn release)
+{
+    CPayload *p = static_cast<CPayload *>(record);
+    release(p->name);
+    release(p->fmtp);
+    memset(p, 0, sizeof *p);
+    return 0;
+}
+
+bool instanceCheck(const CPayload *p)
+{
+    return isPooledInstance(M, p) && isSoundName(p->name);
+}
+
+// Frees a record that failed its check; the caller holds the lock.
+CPayload *checked(CPayload *p)
+{
+    if (instanceCheck(p))
+        return p;
+    memm_free(p);
+    return nullptr;
+}
+
+// The "no" test of CheckVad: whole text, deliberately not the key's value.
+int32_t vadAnswer(const char *fmtp)
+{
+    return strstr(fmtp, "no") ? 0 : 1;
+}
+
+}  // namespace
+
+extern "C" {
+
+ZVSDP_API uint32_t zvSdpPayloadObjApiInit(uint32_t count)
+{
+    if (M.initialised == 1)
+        return 1;
+    if (!createRecursiveLock(M)) {
+        ZV_LOGE(M.log, "Mutex creation failed\n");
+        M.cleanUp();
+        return 0;
+    }
+    if (zvPbxCommonGetGlobalDynstrPool(&M.dynstrPool) != 0) {
+        M.cleanUp();
+        return 0;
+    }
+    if (M.pool == MEMM_POOL_NONE)
+        M.pool = memm_initpool3("zvsdppayloadobj", count, sizeof(CPayload), 0, releasePayload);
+    if (M.pool == MEMM_POOL_NONE) {
+        M.cleanUp();
+        return 0;
+    }
+    memm_disallow_expansion(M.pool);
+    M.initialised = 1;
+    return 1;
+}
+
+ZVSDP_API void zvSdpPayloadObjApiDestroy(void)
+{
+    if (M.initialised == 1)
+        M.cleanUp();
+}
+
+ZVSDP_API void zvSdpPayloadObjApiSetTraceLevel(uint32_t level)
+{
+    g_traceLevel[M.log] = level;
+}
+
+ZVSDP_API CPayload *zvSdpPayloadObjConstructEx(uint32_t payloadType, const char *name, uint32_t clockRate,
+                                               uint32_t channels)
+{
+    ClassLock lock(M);
+    CPayload *p = static_cast<CPayload *>(memm_alloc(M.pool));
+    if (!p)
+        return nullptr;
+    p->rights = ZVSDP_READ_WRITE;
+    p->payloadType = payloadType;
+    p->name = dynstr_fromstr(M.dynstrPool, name);
+    p->channels = channels;
+    p->clockRate = clockRate;
+    p->fmtp = nullptr;
+    p->rtpmapEnabled = payloadType >= 96 ? 1 : 0;
+    p->ptime = 0;
+    return checked(p);
+}
+
+ZVSDP_API CPayload *zvSdpPayloadObjConstruct(uint32_t payloadType, const char *name)
+{
+    return zvSdpPayloadObjConstructEx(payloadType, name, 0, 0);
+}
+
+ZVSDP_API CPayload *zvSdpPayloadObjConstructCopy(CPayload *source)
+{
+    ClassLock lock(M);
+    CPayload *p = static_cast<CPayload *>(memm_alloc(M.pool));
+    if (!p)
+        return nullptr;
+    p->rights = ZVSDP_READ_WRITE;
+    p->name = dynstr_dup(M.dynstrPool, source->name);
+    p->channels = source->channels;
+    p->clockRate = source->clockRate;
+    p->payloadType = source->payloadType;
+    p->rtpmapEnabled = source->rtpmapEnabled;
+    p->ptime = source->ptime;
+    p->fmtp = source->fmtp ? dynstr_dup(M.dynstrPool, source->fmtp) : nullptr;
+    return checked(p);
+}
+
+ZVSDP_API void zvSdpPayloadObjDestruct(CPayload *objHndl)
+{
+    if (!objHndl)
+        return;
+    ClassLock lock(M);
+    memm_free(objHndl);
+}
+
+ZVSDP_API uint32_t zvSdpPayloadObjGetPayloadType(CPayload *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->payloadType;
+}
+
+ZVSDP_API void zvSdpPayloadObjSetPayloadType(CPayload *objHndl, uint32_t payloadType)
+{
+    ClassLock lock(M);
+    objHndl->payloadType = payloadType;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadObjGetClock(CPayload *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->clockRate;
+}
+
+ZVSDP_API void zvSdpPayloadObjSetClock(CPayload *objHndl, uint32_t clockRate)
+{
+    ClassLock lock(M);
+    objHndl->clockRate = clockRate;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadObjGetChannels(CPayload *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->channels;
+}
+
+ZVSDP_API void zvSdpPayloadObjSetChannels(CPayload *objHndl, uint32_t channels)
+{
+    ClassLock lock(M);
+    objHndl->channels = channels;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadObjGetPtime(CPayload *objHndl)
+{
+    if (!objHndl)
+        return 0;
+    ClassLock lock(M);
+    return objHndl->ptime;
+}
+
+ZVSDP_API void zvSdpPayloadObjSetPtime(CPayload *objHndl, uint32_t ptime)
+{
+    ClassLock lock(M);
+    objHndl->ptime = ptime;
+}
+
+ZVSDP_API struct dynstr_s *zvSdpPayloadObjGetName(CPayload *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->name;
+}
+
+ZVSDP_API struct dynstr_s *zvSdpPayloadObjGetFmtp(CPayload *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->fmtp;
+}
+
+ZVSDP_API void zvSdpPayloadObjSetFmtp(CPayload *objHndl, const char *fmtp)
+{
+    ClassLock lock(M);
+    dynstr_release(objHndl->fmtp);
+    objHndl->fmtp = fmtp ? dynstr_fromstr(M.dynstrPool, fmtp) : nullptr;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadObjGetEnableRtpMap(CPayload *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->payloadType < 96 ? objHndl->rtpmapEnabled : 1;
+}
+
+ZVSDP_API void zvSdpPayloadObjSetEnableRtpMap(CPayload *objHndl, uint32_t enable)
+{
+    ClassLock lock(M);
+    if (objHndl->payloadType < 96)
+        objHndl->rtpmapEnabled = enable;
+}
+
+ZVSDP_API struct dynstr_s *zvSdpPayloadObjCreateRtpmap(CPayload *objHndl, struct dynstr_s *out)
+{
+    ClassLock lock(M);
+    char *name = dynstr_strdup(objHndl->name);
+    if (!name)
+        return out;
+    if (objHndl->channels < 2)
+        dynstr_printf(out, "%d %s/%d", static_cast<int>(objHndl->payloadType), name,
+                      static_cast<int>(objHndl->clockRate));
+    else
+        dynstr_printf(out, "%d %s/%d/%d", static_cast<int>(objHndl->payloadType), name,
+                      static_cast<int>(objHndl->clockRate), static_cast<int>(objHndl->channels));
+    dynstr_strfree(name);
+    return out;
+}
+
+// Takes no lock: it reads the two strings once each and decides on copies.
+ZVSDP_API int32_t zvSdpPayloadCheckVad(CPayload *objHndl)
+{
+    char *fmtp = dynstr_strdup(objHndl->fmtp);
+    if (!fmtp)
+        return -1;
+    int32_t answer = -1;
+    if (dynstr_strcmpi2(objHndl->name, "G723") == 0 && strstr(fmtp, "annexa"))
+        answer = vadAnswer(fmtp);
+    else if (dynstr_strcmpi2(objHndl->name, "G729") == 0 && strstr(fmtp, "annexb"))
+        answer = vadAnswer(fmtp);
+    else if (strstr(fmtp, "vad"))
+        answer = vadAnswer(fmtp);
+    dynstr_strfree(fmtp);
+    return answer;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadObjCompare(CPayload *a, CPayload *b)
+{
+    ClassLock lock(M);
+    bool equal = a->channels == b->channels && a->clockRate == b->clockRate && dynstr_strcmpi(a->name, b->name) == 0;
+    return equal ? 0 : 1;
+}
+
+ZVSDP_API void zvSdpPayloadObjSetAccessRights(CPayload *objHndl, uint32_t rights)
+{
+    ClassLock lock(M);
+    objHndl->rights = rights;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadObjGetAccessRights(CPayload *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->rights;
+}
+
+}  // extern "C"
