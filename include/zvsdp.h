@@ -311,6 +311,15 @@ ZVSDP_API int32_t zvSdpPayloadCheckVad(CPayload *objHndl);
  * different. Payload number, fmtp, ptime and flag are not compared. */
 ZVSDP_API uint32_t zvSdpPayloadObjCompare(CPayload *a, CPayload *b);
 
+/* ---- bus object ---------------------------------------------------------- */
+
+/* Registers the "zvpbx.media.codec" object (method "get") on the process's
+ * bus connection. 0, or 8 when registration fails. Called by zvSdpAppInit. */
+ZVSDP_API uint32_t zvSdpBusInit(void);
+/* Does nothing: the object stays registered until the process leaves the
+ * bus, and a later zvSdpBusInit registers it again. */
+ZVSDP_API void zvSdpBusDestroy(void);
+
 #ifdef __cplusplus
 }
 #endif
