@@ -1,0 +1,106 @@
+// Records behind the opaque item types of rvsdp.h and the message's storage.
+#pragma once
+
+#include "rvsdp.h"
+
+#include <stddef.h>
+#include <stdint.h>
+
+// Every item starts with this link, so one list implementation serves all.
+struct RvSdpListNode {
+    RvSdpListNode *next;
+};
+
+struct RvSdpText {
+    RvSdpListNode node;
+    const char *text;
+};
+
+struct RvSdpConnection {
+    RvSdpListNode node;
+    const char *netType;
+    const char *addrType;
+    const char *address;
+};
+
+struct RvSdpBandwidth {
+    RvSdpListNode node;
+    const char *type;
+    uint32_t value;
+};
+
+// The times stay text (checked decimal) rather than two 64-bit words: that
+// keeps the record within the parser's heap-free bound on 32-bit targets.
+struct RvSdpSessionTime {
+    RvSdpListNode node;
+    const char *start;
+    const char *stop;
+    RvSdpList repeats;  // RvSdpText
+};
+
+struct RvSdpAttribute {
+    RvSdpListNode node;
+    const char *name;
+    const char *value;  // NULL for a flag attribute
+    int kind;           // RVSDP_SPEC_ATTR_*
+};
+
+// An rtpmap is an attribute with its parsed fields in the same allocation.
+struct RvSdpRtpMapRec {
+    RvSdpAttribute attr;
+    const char *encodingName;
+    int payload;
+    int clockRate;
+    int channels;
+};
+
+struct RvSdpFormat {
+    RvSdpListNode node;
+    const char *text;
+};
+
+struct RvSdpMediaDescr {
+    RvSdpListNode node;
+    RvSdpMsg *msg;  // builders on a description allocate from its message
+    const char *mediaType;
+    const char *protocol;
+    const char *info;
+    const char *key;
+    int port;
+    int numOfPorts;
+    RvSdpList formats;
+    RvSdpList attributes;
+    RvSdpList connections;
+    RvSdpList bandwidths;
+};
+
+namespace rvsdp {
+
+constexpr uint32_t kMsgMagic = 0x52565344u;  // "RVSD"
+
+// Storage of a message: records are taken from the low end of the current
+// block, texts from the high end, so records need no alignment padding
+// between texts. Returns NULL when memory is short.
+void *allocRecord(RvSdpMsg *msg, size_t size);
+char *allocText(RvSdpMsg *msg, const char *text, size_t len);
+
+void listAppend(RvSdpList *list, void *item);
+
+// Items made by both the parser and the builders; the texts are taken as they
+// are (the builders validate before calling).
+RvSdpAttribute *newAttribute(RvSdpMsg *msg, const char *name, size_t nameLen,
+                             const char *value, size_t valueLen);
+RvSdpMediaDescr *newMediaDescr(RvSdpMsg *msg, const char *type, size_t typeLen, int port,
+                               const char *proto, size_t protoLen);
+RvSdpConnection *newConnection(RvSdpMsg *msg, const char *net, size_t netLen,
+                               const char *addrType, size_t addrTypeLen, const char *addr,
+                               size_t addrLen);
+int addFormat(RvSdpMediaDescr *descr, const char *text, size_t len);
+
+// Parses a format or rtpmap payload number: digits only, at most
+// RVSDP_MAX_FORMAT_NUMBER; -1 otherwise.
+int parseNumber(const char *text, size_t len);
+// Decimal of at most 20 digits that fits 64 bits.
+bool parseU64(const char *text, size_t len, uint64_t *value);
+
+}  // namespace rvsdp
