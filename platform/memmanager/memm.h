@@ -6,9 +6,12 @@
  * and the instance checks can tell records of different pools apart.
  *
  * A pool starts with room for `count` records allocated in one block. While
- * expansion is allowed it grows by further blocks when full; after
+ * expansion is allowed it grows when full by a further block of `count`
+ * records (at least 16) or half its capacity, whichever is larger; after
  * memm_disallow_expansion() a full pool makes memm_alloc() return NULL.
  * Freed records are kept for reuse; a pool's storage is never given back.
+ * The manager places any pointer by address alone, so the calls that take a
+ * record never read memory that is not one of its records.
  *
  * Every call is thread-safe. Release hooks run without any pool lock held,
  * so a hook may free records of any pool, its own included.
@@ -51,7 +54,8 @@ int memm_disallow_expansion(int pool);
 void *memm_alloc(int pool);
 
 /* Runs the pool's release hook, then returns the record to its pool. NULL,
- * a pointer that is no live record, and a second free of the same record are
+ * a pointer that is no live record (foreign memory included), a second free
+ * of the same record and a free from inside that record's own hook are
  * ignored. */
 void memm_free(void *record);
 
