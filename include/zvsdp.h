@@ -311,6 +311,255 @@ ZVSDP_API int32_t zvSdpPayloadCheckVad(CPayload *objHndl);
  * different. Payload number, fmtp, ptime and flag are not compared. */
 ZVSDP_API uint32_t zvSdpPayloadObjCompare(CPayload *a, CPayload *b);
 
+/* ---- attribute objects --------------------------------------------------- */
+
+/* A read-write attribute "a=name:value"; a NULL or empty value makes a flag
+ * attribute ("a=name"). NULL when the pool is exhausted or the name is NULL
+ * or empty. */
+ZVSDP_API CAttribute *zvSdpAttrObjConstruct(const char *name, const char *value);
+ZVSDP_API CAttribute *zvSdpAttrObjConstructCopy(CAttribute *source);
+ZVSDP_API struct dynstr_s *zvSdpAttrObjGetName(CAttribute *objHndl);
+ZVSDP_API void zvSdpAttrObjSetName(CAttribute *objHndl, const char *name);
+ZVSDP_API struct dynstr_s *zvSdpAttrObjGetValue(CAttribute *objHndl); /* NULL: flag attribute */
+/* The value as a number; 0 when absent or not a number. */
+ZVSDP_API int32_t zvSdpAttrObjGetValueInt(CAttribute *objHndl);
+/* NULL makes a flag attribute; an empty text stays an empty value. */
+ZVSDP_API void zvSdpAttrObjSetValue(CAttribute *objHndl, const char *value);
+/* "a=name:value" or "a=name" without line end, cut to *length - 1
+ * characters; *length becomes the text's length. Returns buffer. */
+ZVSDP_API char *zvSdpAttrObjToString(CAttribute *objHndl, char *buffer, uint32_t *length);
+/* 1 when EQUAL (same name and value, case-sensitive), 0 when different. */
+ZVSDP_API uint32_t zvSdpAttrObjCompare(CAttribute *a, CAttribute *b);
+
+/* ---- media objects -------------------------------------------------------- */
+
+/* Order of payloads for zvSdpMediaSortPayloads / zvSdpMediaObjSortPayloads:
+ * called with two CPayload handles and the caller's sortArg; returns
+ * negative, 0 or positive as a sorts before, with or after b. The sort is
+ * stable. */
+typedef int (*ZvSdpPayloadCompareFn)(const void *a, const void *b, void *sortArg);
+
+/* A read-write, supported media with port 0. NULL when the pool is exhausted
+ * or transport is not 1..5 or media type not 1..7. */
+ZVSDP_API CMedia *zvSdpMediaObjConstruct(uint32_t transport, uint32_t mediaType);
+/* A read-write copy with copies of every payload and attribute; the in-band
+ * DTMF flag is not copied (0). */
+ZVSDP_API CMedia *zvSdpMediaObjConstructCopy(CMedia *source);
+ZVSDP_API uint32_t zvSdpMediaObjGetPort(CMedia *objHndl);
+ZVSDP_API void zvSdpMediaObjSetPort(CMedia *objHndl, uint32_t port);
+ZVSDP_API uint32_t zvSdpMediaObjIsSupported(CMedia *objHndl);
+ZVSDP_API void zvSdpMediaObjSetSupported(CMedia *objHndl, uint32_t supported);
+ZVSDP_API uint32_t zvSdpMediaObjGetTransport(CMedia *objHndl);
+ZVSDP_API void zvSdpMediaObjSetTransport(CMedia *objHndl, uint32_t transport);
+ZVSDP_API uint32_t zvSdpMediaObjGetMediaType(CMedia *objHndl);
+ZVSDP_API void zvSdpMediaObjSetMediaType(CMedia *objHndl, uint32_t mediaType);
+ZVSDP_API uint32_t zvSdpMediaObjGetInbandDtmf(CMedia *objHndl);
+ZVSDP_API void zvSdpMediaObjSetInbandDtmf(CMedia *objHndl, uint32_t inbandDtmf);
+/* Appends; the media owns the payload from then on. NULL is ignored. */
+ZVSDP_API void zvSdpMediaObjAddPayload(CMedia *objHndl, CPayload *payload);
+/* The payload after `previous` (the first for NULL); NULL at the end or when
+ * `previous` is not in this media. */
+ZVSDP_API CPayload *zvSdpMediaObjGetPayload(CMedia *objHndl, CPayload *previous);
+ZVSDP_API uint32_t zvSdpMediaObjHasPayload(CMedia *objHndl, CPayload *payload);
+/* Unlinks the payload and destroys it, even when it was not in this media
+ * (ask zvSdpMediaObjHasPayload first). NULL is ignored. */
+ZVSDP_API void zvSdpMediaObjRemovePayload(CMedia *objHndl, CPayload *payload);
+ZVSDP_API void zvSdpMediaObjAddAttribute(CMedia *objHndl, CAttribute *attribute);
+ZVSDP_API CAttribute *zvSdpMediaObjGetAttribute(CMedia *objHndl, CAttribute *previous);
+ZVSDP_API uint32_t zvSdpMediaObjHasAttribute(CMedia *objHndl, CAttribute *attribute);
+ZVSDP_API void zvSdpMediaObjRemoveAttribute(CMedia *objHndl, CAttribute *attribute);
+/* Stable sort of the payloads; takes no lock. 0, or -1 for a NULL compare. */
+ZVSDP_API int32_t zvSdpMediaObjSortPayloads(CMedia *objHndl, void *sortArg, ZvSdpPayloadCompareFn compare);
+/* The media's SDP lines, each ended by "\n": the m-line, every rtpmap line,
+ * every fmtp line, then the attribute lines (each cut at 127 characters).
+ * The text is cut to *length - 1 characters; *length becomes its length. */
+ZVSDP_API char *zvSdpMediaObjToString(CMedia *objHndl, char *buffer, uint32_t *length);
+/* 1 when EQUAL, 0 when different. The port is not compared. Attributes are
+ * walked as this library always has: the second media's next attribute is
+ * looked up in the first media's list, so two media with two or more
+ * attributes each compare different, and with one attribute in the first
+ * media only the first pair counts. */
+ZVSDP_API uint32_t zvSdpMediaObjCompare(CMedia *a, CMedia *b);
+
+/* ---- session objects ------------------------------------------------------ */
+
+ZVSDP_API CSdp *zvSdpObjConstruct(void);
+/* A copy with the SOURCE's rights and read-write copies of every media. */
+ZVSDP_API CSdp *zvSdpObjConstructCopy(CSdp *source);
+/* Replaces the destination's media by copies of the source's; the
+ * destination's rights are not looked at or changed. */
+ZVSDP_API void zvSdpObjDeepCopy(CSdp *destination, CSdp *source);
+/* Appends; the session owns the media from then on. NULL is ignored. */
+ZVSDP_API void zvSdpObjAddMedia(CSdp *objHndl, CMedia *media);
+ZVSDP_API CMedia *zvSdpObjGetMedia(CSdp *objHndl, CMedia *previous);
+ZVSDP_API uint32_t zvSdpObjHasMedia(CSdp *objHndl, CMedia *media);
+/* Unlinks and destroys the media, even when it was not in this session. */
+ZVSDP_API void zvSdpObjRemoveMedia(CSdp *objHndl, CMedia *media);
+/* The media sections one after another. The whole buffer is cleared first;
+ * a too-small buffer gets the text cut to *length - 1 characters. *length 0
+ * returns at once. */
+ZVSDP_API char *zvSdpObjToString(CSdp *objHndl, char *buffer, uint32_t *length);
+
+/* ---- lifecycle and sessions ---------------------------------------------- */
+
+/* Sets the trace level of the API and the four object modules (not the
+ * HelperAPI one). Always 0. */
+ZVSDP_API uint32_t zvSdpSetTraceLevel(uint32_t level);
+/* Starts the library with pools of n sessions, 5n media, 10n payloads and
+ * 20n attributes (the pools keep the size of their first start), registers
+ * the bus object and starts the SDP stack manager. 0; 2 when a module or the
+ * bus registration fails; or the code of the failed string-pool fetch. A
+ * second call changes nothing and returns 0. When the SDP stack manager
+ * fails to start the result is still 0, but the library stays uninitialised
+ * (every guarded call answers 3) and a later call tries again. */
+ZVSDP_API uint32_t zvSdpAppInit(uint32_t n);
+/* Stops the library; every object still held becomes invalid. */
+ZVSDP_API void zvSdpAppDestroy(void);
+/* Sets a session, its media, payloads and attributes read-only / read-write.
+ * 0; 3 not initialised; 5 NULL. */
+ZVSDP_API uint32_t zvSdpAppSetReadOnly(CSdp *objHndl);
+ZVSDP_API uint32_t zvSdpAppSetReadWrite(CSdp *objHndl);
+/* A new empty session in *objHndl (NULL on failure). 0; 2 pool exhausted;
+ * 3; 5. */
+ZVSDP_API uint32_t zvSdpConstruct(CSdp **objHndl);
+/* Destroys *objHndl and sets it NULL. 0; 3 not initialised or read-only (the
+ * session stays); 5 NULL pointer or handle. */
+ZVSDP_API uint32_t zvSdpDestruct(CSdp **objHndl);
+/* Replaces destination's media by read-write copies of source's. 0; 3 not
+ * initialised or destination read-only; 5. */
+ZVSDP_API uint32_t zvSdpCopyMediaCapabilities(CSdp *destination, CSdp *source);
+/* *equal = 1 when both sessions hold pairwise equal media in the same order.
+ * 0; 3; 5. */
+ZVSDP_API uint32_t zvSdpCompare(CSdp *objHndl1, CSdp *objHndl2, uint32_t *equal);
+
+/* ---- payload operations (checked) ----------------------------------------- */
+/* Each returns 0; 3 while not initialised (no message) or, for changes, when
+ * the payload is read-only; 5 for a NULL handle or argument. */
+
+/* Replaces the fmtp text; an empty text is refused (5). */
+ZVSDP_API uint32_t zvSdpPayloadAddFmtp(CPayload *payloadHndl, const char *format_specifier);
+ZVSDP_API uint32_t zvSdpPayloadResetFmtp(CPayload *payloadHndl);
+ZVSDP_API uint32_t zvSdpPayloadSetPayloadType(CPayload *payloadHndl, uint32_t payloadType);
+/* Switching the rtpmap line off is refused (5) for types of 96 and above. */
+ZVSDP_API uint32_t zvSdpPayloadSetRtpMap(CPayload *payloadHndl, uint32_t enable);
+ZVSDP_API uint32_t zvSdpPayloadSetPtime(CPayload *payloadHndl, uint32_t ptime);
+/* The payload's own ptime, else the table's default for its name, else 20. */
+ZVSDP_API uint32_t zvSdpPayloadGetPtime(CPayload *payloadHndl, uint32_t *ptime);
+ZVSDP_API uint32_t zvSdpPayloadGetClock(CPayload *objHndl, uint32_t *clock);
+ZVSDP_API uint32_t zvSdpPayloadGetChannels(CPayload *objHndl, uint32_t *channels);
+/* The fmtp text cut to *buflen - 1 characters ("" when none). */
+ZVSDP_API uint32_t zvSdpPayloadGetFmtp(CPayload *objHndl, char *buf, uint32_t *buflen);
+/* The media's in-band DTMF flag, kept for the caller; settable on read-only
+ * media. 0; 3 (logged); 5 for a NULL media. */
+ZVSDP_API uint32_t zvSdpMediaGetInbandDtmf(CMedia *mediaObj, uint32_t *inbandDtmf);
+ZVSDP_API uint32_t zvSdpMediaSetInbandDtmf(CMedia *mediaObj, uint32_t inbandDtmf);
+
+/* ---- the session's media list --------------------------------------------- */
+
+/* Removes and destroys every media. 0; 3; 5. */
+ZVSDP_API uint32_t zvSdpClearMedia(CSdp *sdp);
+/* Appends a new media (mediaObj optional: receives it). 0; 2; 3; 5. */
+ZVSDP_API uint32_t zvSdpAddMediaDescriptor(CSdp *sdp, uint32_t mediaType, uint32_t transport, CMedia **mediaObj);
+/* Removes and destroys *mediaObj and sets it NULL; 5 when it is not in this
+ * session. */
+ZVSDP_API uint32_t zvSdpRemoveMediaDescriptor(CSdp *sdp, CMedia **mediaObj);
+/* mode 1 removes every media of that type, mode 0 every media of another
+ * type; other modes change nothing. */
+ZVSDP_API uint32_t zvSdpRemoveMediaDescriptorByMediaType(CSdp *sdp, uint32_t mediaType, uint32_t mode);
+ZVSDP_API uint32_t zvSdpGetFirstMediaDescriptor(CSdp *sdp, CMedia **mediaObj);
+ZVSDP_API uint32_t zvSdpGetNextMediaDescriptor(CSdp *sdp, CMedia *mediaObj, CMedia **nextObj);
+/* *present = 1 when the session holds a media. */
+ZVSDP_API uint32_t zvSdpIsMediaDescriptorsListPresent(CSdp *sdp, uint32_t *present);
+
+/* ---- media operations (checked) ------------------------------------------- */
+/* 0; 3 not initialised or (for changes) read-only; 5 bad argument or not
+ * found; 2 when an object cannot be made. Optional out handles are cleared
+ * before the rights check. */
+
+ZVSDP_API uint32_t zvSdpMediaIsSupported(CMedia *mediaObj, uint32_t *val);
+/* Port 0 and unsupported: a rejected stream. */
+ZVSDP_API uint32_t zvSdpMediaMarkUnsupported(CMedia *mediaObj);
+ZVSDP_API uint32_t zvSdpMediaGetMediaType(CMedia *mediaObj, ZvSdpMediaType *type);
+ZVSDP_API uint32_t zvSdpMediaGetTransportProtocol(CMedia *mediaObj, ZvSdpTransportProtocol *proto);
+/* 3 also for an unsupported media: a rejected stream keeps port 0. */
+ZVSDP_API uint32_t zvSdpMediaSetPort(CMedia *objHndl, uint32_t port);
+ZVSDP_API uint32_t zvSdpMediaGetPort(CMedia *objHndl, uint32_t *port);
+ZVSDP_API uint32_t zvSdpMediaGetFirstPayload(CMedia *objHndl, CPayload **ptHndl);
+ZVSDP_API uint32_t zvSdpMediaGetNextPayload(CMedia *objHndl, CPayload *ptHndl, CPayload **nextPtHndl);
+/* Destroys *ptHndl and sets it NULL; 5 when it is not in this media. */
+ZVSDP_API uint32_t zvSdpMediaRemovePayload(CMedia *objHndl, CPayload **ptHndl);
+ZVSDP_API uint32_t zvSdpMediaAddAttribute(CMedia *mediaObj, const char *name, const char *value,
+                                          CAttribute **attrHndl);
+ZVSDP_API uint32_t zvSdpMediaRemoveAttribute(CMedia *objHndl, CAttribute **attrHndl);
+ZVSDP_API uint32_t zvSdpMediaGetFirstAttribute(CMedia *objHndl, CAttribute **attrHndl);
+ZVSDP_API uint32_t zvSdpMediaGetNextAttribute(CMedia *objHndl, CAttribute *attrHndl, CAttribute **nextAttrHndl);
+/* The first payload of that number (NULL when none); always 0 after the
+ * guard. */
+ZVSDP_API uint32_t zvSdpMediaGetPayloadFromPayloadType(CMedia *mediaObj, uint32_t payloadType, CPayload **retval);
+ZVSDP_API uint32_t zvSdpMediaPayloadTypeExists(CMedia *mediaObj, uint32_t payloadType, uint32_t *retval);
+/* Payloads from the codec table (name, clock, channels of the row). Adding a
+ * number twice gives two payloads. 5 when no static / dynamic row has it. */
+ZVSDP_API uint32_t zvSdpMediaAddStaticPayloadType(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHndl);
+ZVSDP_API uint32_t zvSdpMediaAddDynamicPayload(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHndl);
+/* Either of the two by the row's kind. A number in no row gives 5 at once,
+ * even before initialisation, and leaves *ptHndl alone. */
+ZVSDP_API uint32_t zvSdpMediaAddPayloadFromPayloadType(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHndl);
+/* The first row of exactly that name, static or dynamic ("telephone-event"
+ * gives 96 at 8000 Hz). 5 for a name in no row. */
+ZVSDP_API uint32_t zvSdpMediaAddDynamicPayloadBasedOnName(CMedia *mediaObj, const char *encodingName,
+                                                          CPayload **ptHndl);
+/* A payload described by the caller; fmtp may be NULL. */
+ZVSDP_API uint32_t zvSdpMediaAddPayload(CMedia *mediaObj, uint32_t payloadType, const char *encodingName,
+                                        uint32_t clockRate, uint32_t channels, const char *fmtp, CPayload **ptHndl);
+/* The media's first payload whose name is one of names[0..count-1]
+ * (ignoring case); NULL and 0 when none is. */
+ZVSDP_API uint32_t zvSdpMediaGetFirstSupportedPayload(CMedia *mediaObj, const char *const *names, uint32_t count,
+                                                      CPayload **ptHndl);
+/* Sorts the payloads with compare(a, b, sortArg) (see ZvSdpPayloadCompareFn);
+ * also on read-only media. 0; 3; 5 for a NULL media or compare. */
+ZVSDP_API uint32_t zvSdpMediaSortPayloads(CMedia *mediaObj, void *sortArg, ZvSdpPayloadCompareFn compare);
+/* The session's first media of that type whose supported flag equals
+ * `supported`; NULL and 0 when none. 5 for a session without media. */
+ZVSDP_API uint32_t zvSdpFindMedia(CSdp *sdpObj, ZvSdpMediaType mediaType, uint32_t supported, CMedia **mediaObj);
+
+/* ---- attributes, ptime and silence suppression ---------------------------- */
+/* 0; 3 while not initialised (no message); 5 for NULL arguments. The
+ * attribute operations make no rights check. */
+
+/* *result = 1 when the attribute has exactly that name. */
+ZVSDP_API uint32_t zvSdpAttrIsSilenceSupp(CAttribute *attrHndl, uint32_t *result);
+ZVSDP_API uint32_t zvSdpAttrIsPtime(CAttribute *attrHndl, uint32_t *result);
+ZVSDP_API uint32_t zvSdpAttrIsMaxPtime(CAttribute *attrHndl, uint32_t *result);
+ZVSDP_API uint32_t zvSdpAttrIsFmtp(CAttribute *attrHndl, uint32_t *result);
+ZVSDP_API uint32_t zvSdpAttrIsCdsc(CAttribute *attrHndl, uint32_t *result);
+ZVSDP_API uint32_t zvSdpAttrIsCpar(CAttribute *attrHndl, uint32_t *result);
+ZVSDP_API uint32_t zvSdpAttrIsSqn(CAttribute *attrHndl, uint32_t *result);
+/* The name cut to *length - 1 characters (whole buffer cleared first). */
+ZVSDP_API uint32_t zvSdpAttrGetName(CAttribute *attrObj, char *name, uint32_t *length);
+/* The value cut to *length characters: this writes up to *length + 1
+ * bytes, so pass a buffer one byte larger than *length. "" when none. */
+ZVSDP_API uint32_t zvSdpAttrGetValueStr(CAttribute *attrObj, char *value, uint32_t *length);
+/* 9 when the value is not an integer (output unchanged). */
+ZVSDP_API uint32_t zvSdpAttrGetValueInt(CAttribute *attrObj, uint32_t *value);
+ZVSDP_API uint32_t zvSdpAttrSetValueInt(CAttribute *attrObj, int32_t value);
+ZVSDP_API uint32_t zvSdpAttrSetValueStr(CAttribute *attrObj, const char *value);
+/* Appends "a=ptime:N" (another one if one exists). 0; 2; 3 also read-only; 5. */
+ZVSDP_API uint32_t zvSdpMediaAddAttrPtime(CMedia *mediaHndl, uint32_t ptime, CAttribute **attrHndl);
+/* The media's first ptime attribute, else the table's default for the
+ * payload's name; 5 when neither gives one, 9 for a non-numeric ptime. */
+ZVSDP_API uint32_t zvSdpMediaGetPtime(CMedia *mediaHndl, CPayload *payloadHndl, uint32_t *ptime);
+ZVSDP_API uint32_t zvSdpMediaIsPtimePresent(CMedia *mediaHndl, uint32_t *present);
+/* Appends "a=silenceSupp:..." (RFC 3108): enable 0 gives "off - - - -";
+ * enable 1 "on <timer> <pref> <sidUse> <level>" with preference 0 "-",
+ * 1 "standard", 2 "custom"; sidUse 0 "-", 1 "No SID", 2 "Fixed Noise" (level
+ * 30..78 or 127), 3 "Sampled Noise". 5 for any other value. */
+ZVSDP_API uint32_t zvSdpMediaAddAttrSilenceSupp(CMedia *mediaHndl, uint32_t enable, uint32_t silenceTimer,
+                                                uint32_t preference, uint32_t sidUse, uint32_t fixedNoiseLevel,
+                                                CAttribute **attrHndl);
+/* NOTE the inverted sense: *result = 1 when some media carries a silenceSupp
+ * attribute whose value contains "off", else 0. */
+ZVSDP_API uint32_t zvSdpMediaIsSilenceSuppressionEnabled(CSdp *sdpHndl, uint32_t *result);
+
 /* ---- bus object ---------------------------------------------------------- */
 
 /* Registers the "zvpbx.media.codec" object (method "get") on the process's

@@ -1,4 +1,5 @@
 // CAttribute: one attribute line (a=name or a=name:value) of a media.
+#include <stdio.h>
 #include <string.h>
 
 #include "objects.h"
@@ -21,6 +22,21 @@ int releaseAttribute(void *record, memm_release_fn release)
     release(a->value);
     memset(a, 0, sizeof *a);
     return 0;
+}
+
+bool instanceCheck(const CAttribute *a)
+{
+    return isPooledInstance(M, a) && isSoundName(a->name);
+}
+
+// The check runs after the lock is given back; a failed record is freed.
+CAttribute *checked(CAttribute *a, const char *function)
+{
+    if (instanceCheck(a))
+        return a;
+    ZV_LOGC_AS(M.log, function, "Object construction failed! %s", "object sanity check failed.");
+    memm_free(a);
+    return nullptr;
 }
 
 uint32_t failStart(const char *function)
@@ -71,6 +87,97 @@ ZVSDP_API void zvSdpAttrObjApiDestroy(void)
 ZVSDP_API void zvSdpAttrObjApiSetTraceLevel(uint32_t level)
 {
     g_traceLevel[M.log] = level;
+}
+
+ZVSDP_API CAttribute *zvSdpAttrObjConstruct(const char *name, const char *value)
+{
+    CAttribute *a;
+    {
+        ClassLock lock(M);
+        a = static_cast<CAttribute *>(memm_alloc(M.pool));
+        if (!a)
+            return nullptr;
+        a->rights = ZVSDP_READ_WRITE;
+        a->name = dynstr_fromstr(M.dynstrPool, name);
+        // An empty value makes a flag attribute, as "a=sendrecv" is.
+        a->value = value && *value ? dynstr_fromstr(M.dynstrPool, value) : nullptr;
+    }
+    return checked(a, __func__);
+}
+
+ZVSDP_API CAttribute *zvSdpAttrObjConstructCopy(CAttribute *source)
+{
+    CAttribute *a;
+    {
+        ClassLock lock(M);
+        a = static_cast<CAttribute *>(memm_alloc(M.pool));
+        if (!a)
+            return nullptr;
+        a->rights = ZVSDP_READ_WRITE;
+        a->name = dynstr_dup(M.dynstrPool, source->name);
+        a->value = source->value ? dynstr_dup(M.dynstrPool, source->value) : nullptr;
+    }
+    return checked(a, __func__);
+}
+
+ZVSDP_API struct dynstr_s *zvSdpAttrObjGetName(CAttribute *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->name;
+}
+
+ZVSDP_API void zvSdpAttrObjSetName(CAttribute *objHndl, const char *name)
+{
+    ClassLock lock(M);
+    dynstr_release(objHndl->name);
+    objHndl->name = dynstr_fromstr(M.dynstrPool, name);
+}
+
+ZVSDP_API struct dynstr_s *zvSdpAttrObjGetValue(CAttribute *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->value;
+}
+
+ZVSDP_API int32_t zvSdpAttrObjGetValueInt(CAttribute *objHndl)
+{
+    ClassLock lock(M);
+    int32_t result = 0;
+    if (objHndl->value && dynstr_getint32(objHndl->value, &result) != 0)
+        result = 0;
+    return result;
+}
+
+ZVSDP_API void zvSdpAttrObjSetValue(CAttribute *objHndl, const char *value)
+{
+    ClassLock lock(M);
+    dynstr_release(objHndl->value);
+    // Unlike construction, an empty text stays an empty value here.
+    objHndl->value = value ? dynstr_fromstr(M.dynstrPool, value) : nullptr;
+}
+
+ZVSDP_API char *zvSdpAttrObjToString(CAttribute *objHndl, char *buffer, uint32_t *length)
+{
+    ClassLock lock(M);
+    if (*length == 0)
+        return buffer;
+    char *name = dynstr_strdup(objHndl->name);
+    char *value = dynstr_strdup(objHndl->value);
+    buffer[0] = '\0';
+    if (objHndl->value && name && value)
+        snprintf(buffer, *length, "a=%s:%s", name, value);
+    else if (name)
+        snprintf(buffer, *length, "a=%s", name);
+    *length = static_cast<uint32_t>(strlen(buffer));
+    dynstr_strfree(name);
+    dynstr_strfree(value);
+    return buffer;
+}
+
+ZVSDP_API uint32_t zvSdpAttrObjCompare(CAttribute *a, CAttribute *b)
+{
+    ClassLock lock(M);
+    return dynstr_strcmp(a->name, b->name) == 0 && dynstr_strcmp(a->value, b->value) == 0 ? 1 : 0;
 }
 
 ZVSDP_API void zvSdpAttrObjDestruct(CAttribute *objHndl)

@@ -2,6 +2,7 @@
 #include <string.h>
 
 #include "objects.h"
+#include "text_sink.h"
 
 namespace zv {
 ClassModule g_mediaModule = {kModMedia, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
@@ -22,6 +23,36 @@ int releaseMedia(void *record, memm_release_fn release)
     memset(m, 0, sizeof *m);
     return 0;
 }
+
+bool instanceCheck(const CMedia *m)
+{
+    return isPooledInstance(M, m) && (!m->payloads || memm_instanceof(M.listPool, m->payloads)) &&
+           m->transport >= ZVSDP_TP_RTPAVP && m->transport <= ZVSDP_TP_UDPBFCP && m->mediaType >= ZVSDP_MT_AUDIO &&
+           m->mediaType <= ZVSDP_MT_CONTROL && m->supported <= 1;
+}
+
+CMedia *checked(CMedia *m)
+{
+    if (instanceCheck(m))
+        return m;
+    memm_free(m);
+    return nullptr;
+}
+
+const char *mediaTypeWord(uint32_t type)
+{
+    static const char *const words[] = {"unknown", "audio", "nas", "video", "app", "data", "image", "control"};
+    return type < sizeof words / sizeof words[0] ? words[type] : "unknown";
+}
+
+const char *transportWord(uint32_t transport)
+{
+    static const char *const words[] = {"unknown", "RTP/AVP", "UDP", "udptl", "TCP", "UDP/BFCP"};
+    return transport < sizeof words / sizeof words[0] ? words[transport] : "unknown";
+}
+
+// Attribute lines are cut here, whatever room the caller's buffer has.
+constexpr uint32_t kAttrLine = 128;
 
 }  // namespace
 
@@ -67,6 +98,253 @@ ZVSDP_API void zvSdpMediaObjApiDestroy(void)
 ZVSDP_API void zvSdpMediaObjApiSetTraceLevel(uint32_t level)
 {
     g_traceLevel[M.log] = level;
+}
+
+ZVSDP_API CMedia *zvSdpMediaObjConstruct(uint32_t transport, uint32_t mediaType)
+{
+    ClassLock lock(M);
+    CMedia *m = static_cast<CMedia *>(memm_alloc(M.pool));
+    if (!m) {
+        ZV_LOGC(M.log, "Failed to allocate memory!");
+        return nullptr;
+    }
+    m->rights = ZVSDP_READ_WRITE;
+    m->transport = transport;
+    m->mediaType = mediaType;
+    m->supported = 1;
+    m->port = 0;
+    m->inbandDtmf = 0;
+    return checked(m);
+}
+
+ZVSDP_API CMedia *zvSdpMediaObjConstructCopy(CMedia *source)
+{
+    ClassLock lock(M);
+    CMedia *m = static_cast<CMedia *>(memm_alloc(M.pool));
+    if (!m) {
+        ZV_LOGC(M.log, "Failed to allocate memory!");
+        return nullptr;
+    }
+    m->rights = ZVSDP_READ_WRITE;
+    m->transport = source->transport;
+    m->mediaType = source->mediaType;
+    m->supported = source->supported;
+    m->port = source->port;
+    // The in-band DTMF flag belongs to the call that set it: copies start at 0.
+    m->inbandDtmf = 0;
+    for (void *p = llist_getnext(source->payloads, nullptr); p; p = llist_getnext(source->payloads, p)) {
+        CPayload *copy = zvSdpPayloadObjConstructCopy(static_cast<CPayload *>(p));
+        if (copy && llist_addobject(&m->payloads, copy, M.listPool) != 0)
+            zvSdpPayloadObjDestruct(copy);
+    }
+    for (void *a = llist_getnext(source->attributes, nullptr); a; a = llist_getnext(source->attributes, a)) {
+        CAttribute *copy = zvSdpAttrObjConstructCopy(static_cast<CAttribute *>(a));
+        if (copy && llist_addobject(&m->attributes, copy, M.listPool) != 0)
+            zvSdpAttrObjDestruct(copy);
+    }
+    return checked(m);
+}
+
+ZVSDP_API uint32_t zvSdpMediaObjGetPort(CMedia *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->port;
+}
+
+ZVSDP_API void zvSdpMediaObjSetPort(CMedia *objHndl, uint32_t port)
+{
+    ClassLock lock(M);
+    objHndl->port = port;
+}
+
+ZVSDP_API uint32_t zvSdpMediaObjIsSupported(CMedia *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->supported;
+}
+
+ZVSDP_API void zvSdpMediaObjSetSupported(CMedia *objHndl, uint32_t supported)
+{
+    ClassLock lock(M);
+    objHndl->supported = supported;
+}
+
+ZVSDP_API uint32_t zvSdpMediaObjGetTransport(CMedia *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->transport;
+}
+
+ZVSDP_API void zvSdpMediaObjSetTransport(CMedia *objHndl, uint32_t transport)
+{
+    ClassLock lock(M);
+    objHndl->transport = transport;
+}
+
+ZVSDP_API uint32_t zvSdpMediaObjGetMediaType(CMedia *objHndl)
+{
+    ClassLock lock(M);
+    return objHndl->mediaType;
+}
+
+ZVSDP_API void zvSdpMediaObjSetMediaType(CMedia *objHndl, uint32_t mediaType)
+{
+    ClassLock lock(M);
+    objHndl->mediaType = mediaType;
+}
+
+ZVSDP_API uint32_t zvSdpMediaObjGetInbandDtmf(CMedia *objHndl)
+{
+    ClassLock lock(M);
+    return __atomic_load_n(&objHndl->inbandDtmf, __ATOMIC_RELAXED);
+}
+
+ZVSDP_API void zvSdpMediaObjSetInbandDtmf(CMedia *objHndl, uint32_t inbandDtmf)
+{
+    // Stored before the lock is taken, as the flag always has been; the
+    // lock is then taken and given back with nothing between.
+    __atomic_store_n(&objHndl->inbandDtmf, inbandDtmf, __ATOMIC_RELAXED);
+    ClassLock lock(M);
+}
+
+ZVSDP_API void zvSdpMediaObjAddPayload(CMedia *objHndl, CPayload *payload)
+{
+    if (!payload)
+        return;
+    ClassLock lock(M);
+    llist_addobject(&objHndl->payloads, payload, M.listPool);
+}
+
+ZVSDP_API CPayload *zvSdpMediaObjGetPayload(CMedia *objHndl, CPayload *previous)
+{
+    ClassLock lock(M);
+    return static_cast<CPayload *>(llist_getnext(objHndl->payloads, previous));
+}
+
+ZVSDP_API uint32_t zvSdpMediaObjHasPayload(CMedia *objHndl, CPayload *payload)
+{
+    ClassLock lock(M);
+    return llist_contains(objHndl->payloads, payload) ? 1 : 0;
+}
+
+ZVSDP_API void zvSdpMediaObjRemovePayload(CMedia *objHndl, CPayload *payload)
+{
+    if (!payload)
+        return;
+    ClassLock lock(M);
+    // Destroyed even when it was not in this list: the checked layer asks
+    // HasPayload first.
+    llist_removeobject(objHndl->payloads, payload);
+    zvSdpPayloadObjDestruct(payload);
+}
+
+ZVSDP_API void zvSdpMediaObjAddAttribute(CMedia *objHndl, CAttribute *attribute)
+{
+    if (!attribute)
+        return;
+    ClassLock lock(M);
+    llist_addobject(&objHndl->attributes, attribute, M.listPool);
+}
+
+ZVSDP_API CAttribute *zvSdpMediaObjGetAttribute(CMedia *objHndl, CAttribute *previous)
+{
+    ClassLock lock(M);
+    return static_cast<CAttribute *>(llist_getnext(objHndl->attributes, previous));
+}
+
+ZVSDP_API uint32_t zvSdpMediaObjHasAttribute(CMedia *objHndl, CAttribute *attribute)
+{
+    ClassLock lock(M);
+    return llist_contains(objHndl->attributes, attribute) ? 1 : 0;
+}
+
+ZVSDP_API void zvSdpMediaObjRemoveAttribute(CMedia *objHndl, CAttribute *attribute)
+{
+    if (!attribute)
+        return;
+    ClassLock lock(M);
+    llist_removeobject(objHndl->attributes, attribute);
+    zvSdpAttrObjDestruct(attribute);
+}
+
+// Takes no lock: the comparison is the caller's and may call back into the
+// payload operations.
+ZVSDP_API int32_t zvSdpMediaObjSortPayloads(CMedia *objHndl, void *sortArg, ZvSdpPayloadCompareFn compare)
+{
+    return llist_sort_ex(objHndl->payloads, sortArg, compare);
+}
+
+ZVSDP_API char *zvSdpMediaObjToString(CMedia *objHndl, char *buffer, uint32_t *length)
+{
+    ClassLock lock(M);
+    TextSink out(buffer, *length);
+    // The m-line, then every rtpmap line, then every fmtp line, each group in
+    // payload order: three passes over the payloads write it straight into
+    // the caller's buffer.
+    out.appendf("m=%s %d %s", mediaTypeWord(objHndl->mediaType), static_cast<int>(objHndl->port),
+                transportWord(objHndl->transport));
+    llist_t payloads = objHndl->payloads;
+    for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p))
+        out.appendf(" %d", static_cast<int>(zvSdpPayloadObjGetPayloadType(static_cast<CPayload *>(p))));
+    out.append("\n", 1);
+    dynstr_t rtpmap = nullptr;
+    for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
+        CPayload *payload = static_cast<CPayload *>(p);
+        if (!zvSdpPayLoadIsRtpmapGenerationRequired(payload))
+            continue;
+        if (!rtpmap)
+            rtpmap = dynstr_fromstr(M.dynstrPool, "");
+        if (zvSdpPayloadObjCreateRtpmap(payload, rtpmap))
+            out.appendf("a=rtpmap:%s\n", dynstr_cstr(rtpmap));
+    }
+    dynstr_release(rtpmap);
+    for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
+        CPayload *payload = static_cast<CPayload *>(p);
+        dynstr_t fmtp = zvSdpPayloadObjGetFmtp(payload);
+        if (fmtp)
+            out.appendf("a=fmtp:%d %s\n", static_cast<int>(zvSdpPayloadObjGetPayloadType(payload)), dynstr_cstr(fmtp));
+    }
+    for (void *a = llist_getnext(objHndl->attributes, nullptr); a; a = llist_getnext(objHndl->attributes, a)) {
+        char line[kAttrLine];
+        uint32_t lineLength = sizeof line;
+        zvSdpAttrObjToString(static_cast<CAttribute *>(a), line, &lineLength);
+        out.append(line, lineLength);
+        out.append("\n", 1);
+    }
+    *length = out.length();
+    return buffer;
+}
+
+ZVSDP_API uint32_t zvSdpMediaObjCompare(CMedia *a, CMedia *b)
+{
+    ClassLock lock(M);
+    if (a->mediaType != b->mediaType || a->supported != b->supported || a->transport != b->transport)
+        return 0;
+    void *attrA = llist_getnext(a->attributes, nullptr);
+    void *attrB = llist_getnext(b->attributes, nullptr);
+    while (attrA) {
+        if (!attrB)
+            return 0;
+        if (zvSdpAttrObjCompare(static_cast<CAttribute *>(attrA), static_cast<CAttribute *>(attrB)) == 0)
+            return 0;
+        attrA = llist_getnext(a->attributes, attrA);
+        // Looked up in a's list, as this walk always has: it finds nothing
+        // unless both lists hold the same attribute object.
+        attrB = llist_getnext(a->attributes, attrB);
+    }
+    if (attrB)
+        return 0;
+    void *payA = llist_getnext(a->payloads, nullptr);
+    void *payB = llist_getnext(b->payloads, nullptr);
+    while (payA) {
+        if (!payB)
+            return 0;
+        if (zvSdpPayloadObjCompare(static_cast<CPayload *>(payA), static_cast<CPayload *>(payB)) == 1)
+            return 0;
+        payA = llist_getnext(a->payloads, payA);
+        payB = llist_getnext(b->payloads, payB);
+    }
+    return payB ? 0 : 1;
 }
 
 ZVSDP_API void zvSdpMediaObjDestruct(CMedia *objHndl)

@@ -24,6 +24,29 @@ int releaseSdp(void *record, memm_release_fn release)
     return 0;
 }
 
+bool instanceCheck(const CSdp *s)
+{
+    return isPooledInstance(M, s);
+}
+
+CSdp *checked(CSdp *s)
+{
+    if (instanceCheck(s))
+        return s;
+    memm_free(s);
+    return nullptr;
+}
+
+// Appends copies of every media of `from`; the caller holds the lock.
+void appendCopies(CSdp *to, CSdp *from)
+{
+    for (void *m = llist_getnext(from->media, nullptr); m; m = llist_getnext(from->media, m)) {
+        CMedia *copy = zvSdpMediaObjConstructCopy(static_cast<CMedia *>(m));
+        if (copy && llist_addobject(&to->media, copy, M.listPool) != 0)
+            zvSdpMediaObjDestruct(copy);
+    }
+}
+
 }  // namespace
 
 extern "C" {
@@ -62,6 +85,96 @@ ZVSDP_API void zvSdpObjApiDestroy(void)
 ZVSDP_API void zvSdpObjApiSetTraceLevel(uint32_t level)
 {
     g_traceLevel[M.log] = level;
+}
+
+ZVSDP_API CSdp *zvSdpObjConstruct(void)
+{
+    ClassLock lock(M);
+    CSdp *s = static_cast<CSdp *>(memm_alloc(M.pool));
+    if (!s)
+        return nullptr;
+    s->rights = ZVSDP_READ_WRITE;
+    s->media = nullptr;
+    return checked(s);
+}
+
+ZVSDP_API CSdp *zvSdpObjConstructCopy(CSdp *source)
+{
+    ClassLock lock(M);
+    CSdp *s = static_cast<CSdp *>(memm_alloc(M.pool));
+    if (!s) {
+        ZV_LOGC(M.log, "Failed to allocate memory!");
+        return nullptr;
+    }
+    // A session copy keeps the source's rights; its media copies are read-write.
+    s->rights = source->rights;
+    appendCopies(s, source);
+    return checked(s);
+}
+
+ZVSDP_API void zvSdpObjDeepCopy(CSdp *destination, CSdp *source)
+{
+    ClassLock lock(M);
+    while (void *m = llist_getnext(destination->media, nullptr)) {
+        llist_removeobject(destination->media, m);
+        zvSdpMediaObjDestruct(static_cast<CMedia *>(m));
+    }
+    llist_release(destination->media);
+    destination->media = nullptr;
+    appendCopies(destination, source);
+}
+
+ZVSDP_API void zvSdpObjAddMedia(CSdp *objHndl, CMedia *media)
+{
+    if (!media)
+        return;
+    ClassLock lock(M);
+    llist_addobject(&objHndl->media, media, M.listPool);
+}
+
+ZVSDP_API CMedia *zvSdpObjGetMedia(CSdp *objHndl, CMedia *previous)
+{
+    ClassLock lock(M);
+    return static_cast<CMedia *>(llist_getnext(objHndl->media, previous));
+}
+
+ZVSDP_API uint32_t zvSdpObjHasMedia(CSdp *objHndl, CMedia *media)
+{
+    ClassLock lock(M);
+    return llist_contains(objHndl->media, media) ? 1 : 0;
+}
+
+ZVSDP_API void zvSdpObjRemoveMedia(CSdp *objHndl, CMedia *media)
+{
+    if (!media)
+        return;
+    ClassLock lock(M);
+    llist_removeobject(objHndl->media, media);
+    zvSdpMediaObjDestruct(media);
+}
+
+ZVSDP_API char *zvSdpObjToString(CSdp *objHndl, char *buffer, uint32_t *length)
+{
+    if (*length == 0)
+        return buffer;
+    ClassLock lock(M);
+    memset(buffer, 0, *length);
+    uint32_t remaining = *length;
+    char *position = buffer;
+    for (void *m = llist_getnext(objHndl->media, nullptr); m; m = llist_getnext(objHndl->media, m)) {
+        uint32_t written = remaining;
+        zvSdpMediaObjToString(static_cast<CMedia *>(m), position, &written);
+        remaining -= written;
+        position += written;
+        // A media that does not fit is cut one byte short of the room it
+        // had, so this only guards against a media that over-reports.
+        if (remaining == 0) {
+            ZV_LOGC(M.log, "streamBuffer overflow!");
+            break;
+        }
+    }
+    *length = static_cast<uint32_t>(position - buffer);
+    return buffer;
 }
 
 ZVSDP_API void zvSdpObjDestruct(CSdp *objHndl)

@@ -1,0 +1,54 @@
+// Appends text into a caller's buffer of fixed size, cutting where it ends:
+// the result is the whole text cut to size - 1 characters and terminated.
+#pragma once
+
+#include <stdarg.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <string.h>
+
+namespace zv {
+
+class TextSink {
+public:
+    TextSink(char *buffer, uint32_t size) : buf_(buffer), size_(size), len_(0)
+    {
+        if (size_)
+            buf_[0] = '\0';
+    }
+
+    void append(const char *text, size_t n)
+    {
+        if (size_ == 0)
+            return;
+        size_t room = size_ - 1 - len_;
+        if (n > room)
+            n = room;
+        memcpy(buf_ + len_, text, n);
+        len_ += n;
+        buf_[len_] = '\0';
+    }
+
+    void append(const char *text) { append(text, strlen(text)); }
+
+    void appendf(const char *format, ...) __attribute__((format(printf, 2, 3)))
+    {
+        if (size_ == 0 || len_ + 1 >= size_)
+            return;
+        va_list ap;
+        va_start(ap, format);
+        int n = vsnprintf(buf_ + len_, size_ - len_, format, ap);
+        va_end(ap);
+        if (n > 0)
+            len_ += static_cast<size_t>(n) < size_ - len_ ? static_cast<size_t>(n) : size_ - 1 - len_;
+    }
+
+    uint32_t length() const { return static_cast<uint32_t>(len_); }
+
+private:
+    char *buf_;
+    uint32_t size_;
+    size_t len_;
+};
+
+}  // namespace zv

@@ -1,0 +1,423 @@
+// Checked operations on one media description, and the codec-table adders.
+#include <string.h>
+
+#include "guard.h"
+
+using namespace zv;
+
+namespace {
+
+enum class RowKind { Static, Dynamic, Any };
+
+const ZvSdpCodecEntry *findRow(uint32_t payloadType, RowKind kind)
+{
+    for (const ZvSdpCodecEntry &row : zvSdpCodecTable) {
+        if (row.payloadType != payloadType)
+            continue;
+        if (kind == RowKind::Any || (kind == RowKind::Static) == (row.isDynamic == 0))
+            return &row;
+    }
+    return nullptr;
+}
+
+// Builds a payload from a table row under `payloadType` and appends it.
+uint32_t addFromRow(CMedia *media, uint32_t payloadType, const ZvSdpCodecEntry &row, CPayload **out)
+{
+    CPayload *payload = zvSdpPayloadObjConstructEx(payloadType, row.encodingName, row.clockRate, row.channels);
+    if (!payload) {
+        zvSdpPayloadObjDestruct(payload);
+        return ZVSDP_RC_NO_RESOURCE;
+    }
+    zvSdpMediaObjAddPayload(media, payload);
+    if (out)
+        *out = payload;
+    return ZVSDP_RC_OK;
+}
+
+uint32_t addTablePayload(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHndl, bool dynamic,
+                         const char *function)
+{
+    if (!g_apiInitialised) {
+        ZV_LOGD_AS(kModApi, function, "API not initialised!");
+        return ZVSDP_RC_NOT_ALLOWED;
+    }
+    if (!mediaObj) {
+        if (dynamic)
+            ZV_LOGD_AS(kModApi, function, "Invalid parameter detected: mediaObj=%p ; &ptHndl=%p", vp(mediaObj),
+                       vp(ptHndl));
+        else
+            ZV_LOGD_AS(kModApi, function, "Invalid parameter detected: mediaObj=%p", vp(mediaObj));
+        return ZVSDP_RC_INVALID;
+    }
+    if (ptHndl)
+        *ptHndl = nullptr;
+    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
+    const ZvSdpCodecEntry *row = findRow(payloadType, dynamic ? RowKind::Dynamic : RowKind::Static);
+    if (!row) {
+        if (dynamic)
+            ZV_LOGD_AS(kModApi, function, "Requested dynamic payload type: %d not found in tables.",
+                       static_cast<int>(payloadType));
+        else
+            ZV_LOGD_AS(kModApi, function, "Requested static payload type: %d not found in tables.",
+                       static_cast<int>(payloadType));
+        return ZVSDP_RC_INVALID;
+    }
+    return addFromRow(mediaObj, payloadType, *row, ptHndl);
+}
+
+}  // namespace
+
+extern "C" {
+
+ZVSDP_API uint32_t zvSdpMediaIsSupported(CMedia *mediaObj, uint32_t *val)
+{
+    ZV_GUARD_INIT();
+    if (!mediaObj || !val) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, val=%p", vp(mediaObj), vp(val));
+        return ZVSDP_RC_INVALID;
+    }
+    *val = zvSdpMediaObjIsSupported(mediaObj);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaMarkUnsupported(CMedia *mediaObj)
+{
+    ZV_GUARD_INIT();
+    if (!mediaObj) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p", vp(mediaObj));
+        return ZVSDP_RC_INVALID;
+    }
+    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
+    // Port 0 is how offer/answer marks a rejected stream.
+    zvSdpMediaObjSetPort(mediaObj, 0);
+    zvSdpMediaObjSetSupported(mediaObj, 0);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaGetMediaType(CMedia *mediaObj, ZvSdpMediaType *type)
+{
+    ZV_GUARD_INIT();
+    if (!mediaObj || !type) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, &type=%p", vp(mediaObj), vp(type));
+        return ZVSDP_RC_INVALID;
+    }
+    *type = static_cast<ZvSdpMediaType>(zvSdpMediaObjGetMediaType(mediaObj));
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaGetTransportProtocol(CMedia *mediaObj, ZvSdpTransportProtocol *proto)
+{
+    ZV_GUARD_INIT();
+    if (!mediaObj || !proto) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, &proto=%p", vp(mediaObj), vp(proto));
+        return ZVSDP_RC_INVALID;
+    }
+    *proto = static_cast<ZvSdpTransportProtocol>(zvSdpMediaObjGetTransport(mediaObj));
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaSetPort(CMedia *objHndl, uint32_t port)
+{
+    ZV_GUARD_INIT();
+    if (!objHndl) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    // A rejected stream keeps port 0: nothing sets it supported again.
+    if (!zvSdpMediaObjIsSupported(objHndl) || zvSdpMediaObjGetAccessRights(objHndl) == ZVSDP_READ_ONLY)
+        return ZVSDP_RC_NOT_ALLOWED;
+    zvSdpMediaObjSetPort(objHndl, port);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaGetPort(CMedia *objHndl, uint32_t *port)
+{
+    ZV_GUARD_INIT();
+    if (!objHndl || !port) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, port=%p", vp(objHndl), vp(port));
+        return ZVSDP_RC_INVALID;
+    }
+    *port = zvSdpMediaObjGetPort(objHndl);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaGetFirstPayload(CMedia *objHndl, CPayload **ptHndl)
+{
+    ZV_GUARD_INIT();
+    if (!objHndl || !ptHndl) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, ptHndl=%p", vp(objHndl), vp(ptHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    *ptHndl = zvSdpMediaObjGetPayload(objHndl, nullptr);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaGetNextPayload(CMedia *objHndl, CPayload *ptHndl, CPayload **nextPtHndl)
+{
+    ZV_GUARD_INIT();
+    if (!objHndl || !ptHndl || !nextPtHndl) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, ptHndl=%p, &nextPtHndl=%p", vp(objHndl),
+                vp(ptHndl), vp(nextPtHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    *nextPtHndl = zvSdpMediaObjGetPayload(objHndl, ptHndl);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaRemovePayload(CMedia *objHndl, CPayload **ptHndl)
+{
+    ZV_GUARD_INIT();
+    if (!objHndl || !ptHndl || !*ptHndl) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &ptHndl=%p, ptHndl=%p", vp(objHndl), vp(ptHndl),
+                vp(ptHndl ? *ptHndl : nullptr));
+        return ZVSDP_RC_INVALID;
+    }
+    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(objHndl));
+    if (!zvSdpMediaObjHasPayload(objHndl, *ptHndl))
+        return ZVSDP_RC_INVALID;
+    zvSdpMediaObjRemovePayload(objHndl, *ptHndl);
+    *ptHndl = nullptr;
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaAddAttribute(CMedia *mediaObj, const char *name, const char *value,
+                                          CAttribute **attrHndl)
+{
+    ZV_GUARD_INIT();
+    if (!mediaObj || !name) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, name=%p", vp(mediaObj), vp(name));
+        return ZVSDP_RC_INVALID;
+    }
+    if (attrHndl)
+        *attrHndl = nullptr;
+    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
+    CAttribute *attribute = zvSdpAttrObjConstruct(name, value);
+    if (!attribute) {
+        zvSdpAttrObjDestruct(attribute);
+        return ZVSDP_RC_NO_RESOURCE;
+    }
+    zvSdpMediaObjAddAttribute(mediaObj, attribute);
+    if (attrHndl)
+        *attrHndl = attribute;
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaRemoveAttribute(CMedia *objHndl, CAttribute **attrHndl)
+{
+    ZV_GUARD_INIT();
+    if (!objHndl || !attrHndl || !*attrHndl) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &attrHndl=%p, attrHndl=%p", vp(objHndl),
+                vp(attrHndl), vp(attrHndl ? *attrHndl : nullptr));
+        return ZVSDP_RC_INVALID;
+    }
+    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(objHndl));
+    if (!zvSdpMediaObjHasAttribute(objHndl, *attrHndl))
+        return ZVSDP_RC_INVALID;
+    zvSdpMediaObjRemoveAttribute(objHndl, *attrHndl);
+    *attrHndl = nullptr;
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaGetFirstAttribute(CMedia *objHndl, CAttribute **attrHndl)
+{
+    ZV_GUARD_INIT();
+    if (!objHndl || !attrHndl) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, attrHndl=%p", vp(objHndl), vp(attrHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    *attrHndl = zvSdpMediaObjGetAttribute(objHndl, nullptr);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaGetNextAttribute(CMedia *objHndl, CAttribute *attrHndl, CAttribute **nextAttrHndl)
+{
+    ZV_GUARD_INIT();
+    if (!objHndl || !attrHndl || !nextAttrHndl) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, attrHndl=%p, &nextAttrHndl=%p", vp(objHndl),
+                vp(attrHndl), vp(nextAttrHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    *nextAttrHndl = zvSdpMediaObjGetAttribute(objHndl, attrHndl);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaGetPayloadFromPayloadType(CMedia *mediaObj, uint32_t payloadType, CPayload **retval)
+{
+    ZV_GUARD_INIT();
+    if (!mediaObj || !retval) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, &retval=%p", vp(mediaObj), vp(retval));
+        return ZVSDP_RC_INVALID;
+    }
+    *retval = nullptr;
+    for (CPayload *p = zvSdpMediaObjGetPayload(mediaObj, nullptr); p; p = zvSdpMediaObjGetPayload(mediaObj, p)) {
+        if (zvSdpPayloadObjGetPayloadType(p) == payloadType) {
+            *retval = p;
+            break;
+        }
+    }
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaPayloadTypeExists(CMedia *mediaObj, uint32_t payloadType, uint32_t *retval)
+{
+    ZV_GUARD_INIT();
+    if (!mediaObj || !retval) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, &retval=%p", vp(mediaObj), vp(retval));
+        return ZVSDP_RC_INVALID;
+    }
+    *retval = 0;
+    for (CPayload *p = zvSdpMediaObjGetPayload(mediaObj, nullptr); p; p = zvSdpMediaObjGetPayload(mediaObj, p)) {
+        if (zvSdpPayloadObjGetPayloadType(p) == payloadType) {
+            *retval = 1;
+            break;
+        }
+    }
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaAddStaticPayloadType(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHndl)
+{
+    return addTablePayload(mediaObj, payloadType, ptHndl, false, __func__);
+}
+
+ZVSDP_API uint32_t zvSdpMediaAddDynamicPayload(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHndl)
+{
+    return addTablePayload(mediaObj, payloadType, ptHndl, true, __func__);
+}
+
+ZVSDP_API uint32_t zvSdpMediaAddPayloadFromPayloadType(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHndl)
+{
+    // The table is asked before anything else: an unknown number is refused
+    // even before the library is started, and the out handle is left alone.
+    const ZvSdpCodecEntry *row = findRow(payloadType, RowKind::Any);
+    if (!row)
+        return ZVSDP_RC_INVALID;
+    if (row->isDynamic)
+        return zvSdpMediaAddDynamicPayload(mediaObj, payloadType, ptHndl);
+    return zvSdpMediaAddStaticPayloadType(mediaObj, payloadType, ptHndl);
+}
+
+ZVSDP_API uint32_t zvSdpMediaAddDynamicPayloadBasedOnName(CMedia *mediaObj, const char *encodingName,
+                                                          CPayload **ptHndl)
+{
+    ZV_GUARD_INIT();
+    if (!mediaObj) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p ; &ptHndl=%p", vp(mediaObj), vp(ptHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    if (ptHndl)
+        *ptHndl = nullptr;
+    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
+    if (!encodingName)
+        return ZVSDP_RC_INVALID;
+    // Static rows count too, and the first row of a name wins.
+    for (const ZvSdpCodecEntry &row : zvSdpCodecTable)
+        if (strcmp(row.encodingName, encodingName) == 0)
+            return addFromRow(mediaObj, row.payloadType, row, ptHndl);
+    return ZVSDP_RC_INVALID;
+}
+
+ZVSDP_API uint32_t zvSdpMediaAddPayload(CMedia *mediaObj, uint32_t payloadType, const char *encodingName,
+                                        uint32_t clockRate, uint32_t channels, const char *fmtp, CPayload **ptHndl)
+{
+    ZV_GUARD_INIT();
+    if (!mediaObj || !encodingName || !*encodingName) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, name=%p", vp(mediaObj), vp(encodingName));
+        return ZVSDP_RC_INVALID;
+    }
+    if (ptHndl)
+        *ptHndl = nullptr;
+    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
+    CPayload *payload = zvSdpPayloadObjConstructEx(payloadType, encodingName, clockRate, channels);
+    if (!payload) {
+        zvSdpPayloadObjDestruct(payload);
+        return ZVSDP_RC_NO_RESOURCE;
+    }
+    zvSdpMediaObjAddPayload(mediaObj, payload);
+    if (ptHndl)
+        *ptHndl = payload;
+    if (fmtp)
+        zvSdpPayloadObjSetFmtp(payload, fmtp);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaGetFirstSupportedPayload(CMedia *mediaObj, const char *const *names, uint32_t count,
+                                                      CPayload **ptHndl)
+{
+    if (!g_apiInitialised) {
+        ZV_LOGC(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
+        return ZVSDP_RC_NOT_ALLOWED;
+    }
+    if (!mediaObj || !names || count == 0 || !ptHndl) {
+        ZV_LOGE(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
+        return ZVSDP_RC_INVALID;
+    }
+    *ptHndl = nullptr;
+    // The media's order decides, not the order of the names.
+    for (CPayload *p = zvSdpMediaObjGetPayload(mediaObj, nullptr); p; p = zvSdpMediaObjGetPayload(mediaObj, p)) {
+        dynstr_t name = zvSdpPayloadObjGetName(p);
+        for (uint32_t i = 0; i < count; ++i) {
+            if (dynstr_strcmpi2(name, names[i]) == 0) {
+                *ptHndl = p;
+                return ZVSDP_RC_OK;
+            }
+        }
+    }
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaSortPayloads(CMedia *mediaObj, void *sortArg, ZvSdpPayloadCompareFn compare)
+{
+    if (!g_apiInitialised) {
+        ZV_LOGC(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
+        return ZVSDP_RC_NOT_ALLOWED;
+    }
+    if (!mediaObj || !compare) {
+        ZV_LOGE(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
+        return ZVSDP_RC_INVALID;
+    }
+    // Sorting is no change of content: read-only media may be sorted, and
+    // the sort's own result is not reported.
+    (void)zvSdpMediaObjSortPayloads(mediaObj, sortArg, compare);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpFindMedia(CSdp *sdpObj, ZvSdpMediaType mediaType, uint32_t supported, CMedia **mediaObj)
+{
+    if (!g_apiInitialised) {
+        ZV_LOGC(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
+        return ZVSDP_RC_NOT_ALLOWED;
+    }
+    if (!sdpObj || !mediaObj) {
+        ZV_LOGE(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
+        return ZVSDP_RC_INVALID;
+    }
+    *mediaObj = nullptr;
+    CMedia *media = nullptr;
+    uint32_t rc = zvSdpGetFirstMediaDescriptor(sdpObj, &media);
+    // The first media is used without a NULL test: a session without media
+    // answers 5 from the type query below.
+    while (rc == ZVSDP_RC_OK) {
+        ZvSdpMediaType type = ZVSDP_MT_UNKNOWN;
+        rc = zvSdpMediaGetMediaType(media, &type);
+        if (rc != ZVSDP_RC_OK)
+            break;
+        if (type == mediaType) {
+            uint32_t isSupported = 0;
+            rc = zvSdpMediaIsSupported(media, &isSupported);
+            if (rc != ZVSDP_RC_OK)
+                break;
+            if (isSupported == supported) {
+                *mediaObj = media;
+                return ZVSDP_RC_OK;
+            }
+        }
+        rc = zvSdpGetNextMediaDescriptor(sdpObj, media, &media);
+        if (rc == ZVSDP_RC_OK && !media)
+            return ZVSDP_RC_OK;
+    }
+    ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
+    return rc;
+}
+
+}  // extern "C"

@@ -1,0 +1,150 @@
+// Checked accessors of one payload, and a media's in-band DTMF flag.
+#include <string.h>
+
+#include "guard.h"
+
+using namespace zv;
+
+extern "C" {
+
+ZVSDP_API uint32_t zvSdpPayloadAddFmtp(CPayload *payloadHndl, const char *format_specifier)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!payloadHndl || !format_specifier || !*format_specifier) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: payloadHndl=%p, &format_specifier=%p", vp(payloadHndl),
+                vp(format_specifier));
+        return ZVSDP_RC_INVALID;
+    }
+    ZV_GUARD_WRITABLE(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    zvSdpPayloadObjSetFmtp(payloadHndl, format_specifier);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadResetFmtp(CPayload *payloadHndl)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!payloadHndl) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    ZV_GUARD_WRITABLE(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    zvSdpPayloadObjSetFmtp(payloadHndl, nullptr);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadSetPayloadType(CPayload *payloadHndl, uint32_t payloadType)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!payloadHndl) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    ZV_GUARD_WRITABLE(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    zvSdpPayloadObjSetPayloadType(payloadHndl, payloadType);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadSetRtpMap(CPayload *payloadHndl, uint32_t enable)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!payloadHndl) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    ZV_GUARD_WRITABLE(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    // A dynamic payload cannot be described without its rtpmap line.
+    if (zvSdpPayloadObjGetPayloadType(payloadHndl) >= 96 && enable == 0)
+        return ZVSDP_RC_INVALID;
+    zvSdpPayloadObjSetEnableRtpMap(payloadHndl, enable);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadSetPtime(CPayload *payloadHndl, uint32_t ptime)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!payloadHndl) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    ZV_GUARD_WRITABLE(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    zvSdpPayloadObjSetPtime(payloadHndl, ptime);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadGetPtime(CPayload *payloadHndl, uint32_t *ptime)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!payloadHndl || !ptime) {
+        ZV_LOGD(kModApi, "Invalid parameter detected : \n");
+        return ZVSDP_RC_INVALID;
+    }
+    // Own value, then the table's default for the name, then 20 ms.
+    *ptime = zvSdpPayloadObjGetPtime(payloadHndl);
+    if (*ptime != 0)
+        return ZVSDP_RC_OK;
+    if (zvSdpPayloadGetDefaultPtime(payloadHndl, ptime) != ZVSDP_RC_OK)
+        *ptime = 20;
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadGetClock(CPayload *objHndl, uint32_t *clock)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!objHndl || !clock) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &clock=%p", vp(objHndl), vp(clock));
+        return ZVSDP_RC_INVALID;
+    }
+    *clock = zvSdpPayloadObjGetClock(objHndl);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadGetChannels(CPayload *objHndl, uint32_t *channels)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!objHndl || !channels) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &clock=%p", vp(objHndl), vp(channels));
+        return ZVSDP_RC_INVALID;
+    }
+    *channels = zvSdpPayloadObjGetChannels(objHndl);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadGetFmtp(CPayload *objHndl, char *buf, uint32_t *buflen)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!objHndl || !buf || !buflen) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &buf=%p, &buflen=%p", vp(objHndl), vp(buf),
+                vp(buflen));
+        return ZVSDP_RC_INVALID;
+    }
+    // With size 0 there is no byte of the caller's to clear.
+    if (*buflen == 0)
+        return ZVSDP_RC_OK;
+    buf[0] = '\0';
+    dynstr_t fmtp = zvSdpPayloadObjGetFmtp(objHndl);
+    if (fmtp)
+        dynstr_strncpy(buf, fmtp, *buflen - 1);
+    *buflen = static_cast<uint32_t>(strlen(buf));
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaGetInbandDtmf(CMedia *mediaObj, uint32_t *inbandDtmf)
+{
+    ZV_GUARD_INIT();
+    if (!mediaObj)
+        return ZVSDP_RC_INVALID;
+    *inbandDtmf = zvSdpMediaObjGetInbandDtmf(mediaObj);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaSetInbandDtmf(CMedia *mediaObj, uint32_t inbandDtmf)
+{
+    ZV_GUARD_INIT();
+    if (!mediaObj)
+        return ZVSDP_RC_INVALID;
+    // The flag is the caller's own note: it may be set on a read-only media.
+    zvSdpMediaObjSetInbandDtmf(mediaObj, inbandDtmf);
+    return ZVSDP_RC_OK;
+}
+
+}  // extern "C"

@@ -1,0 +1,124 @@
+// The exported face of a session's media list.
+#include "guard.h"
+
+using namespace zv;
+
+extern "C" {
+
+ZVSDP_API uint32_t zvSdpClearMedia(CSdp *sdp)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!sdp)
+        return ZVSDP_RC_INVALID;
+    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(sdp));
+    while (CMedia *media = zvSdpObjGetMedia(sdp, nullptr))
+        zvSdpObjRemoveMedia(sdp, media);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpAddMediaDescriptor(CSdp *sdp, uint32_t mediaType, uint32_t transport, CMedia **mediaObj)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!sdp) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: sdpObj=%p", vp(sdp));
+        return ZVSDP_RC_INVALID;
+    }
+    if (mediaObj)
+        *mediaObj = nullptr;
+    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(sdp));
+    // The object constructor takes transport first.
+    CMedia *media = zvSdpMediaObjConstruct(transport, mediaType);
+    if (!media)
+        return ZVSDP_RC_NO_RESOURCE;
+    zvSdpObjAddMedia(sdp, media);
+    if (mediaObj)
+        *mediaObj = media;
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpRemoveMediaDescriptor(CSdp *sdp, CMedia **mediaObj)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!sdp || !mediaObj) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: sdpObj=%p, &mediaObj=%p", vp(sdp), vp(mediaObj));
+        return ZVSDP_RC_INVALID;
+    }
+    if (!*mediaObj) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=NULL");
+        return ZVSDP_RC_INVALID;
+    }
+    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(sdp));
+    if (!zvSdpObjHasMedia(sdp, *mediaObj))
+        return ZVSDP_RC_INVALID;
+    zvSdpObjRemoveMedia(sdp, *mediaObj);
+    *mediaObj = nullptr;
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpRemoveMediaDescriptorByMediaType(CSdp *sdp, uint32_t mediaType, uint32_t mode)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!sdp) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: sdpObj=%p\r\n", vp(sdp));
+        return ZVSDP_RC_INVALID;
+    }
+    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(sdp));
+    // Mode 1 drops the type, mode 0 keeps only it, any other mode changes
+    // nothing (the whole list is still walked).
+    CMedia *previous = nullptr;
+    CMedia *media = zvSdpObjGetMedia(sdp, nullptr);
+    while (media) {
+        uint32_t type = zvSdpMediaObjGetMediaType(media);
+        bool drop = (mode == 1 && type == mediaType) || (mode == 0 && type != mediaType);
+        if (drop) {
+            zvSdpObjRemoveMedia(sdp, media);
+            media = zvSdpObjGetMedia(sdp, previous);
+        } else {
+            previous = media;
+            media = zvSdpObjGetMedia(sdp, media);
+        }
+    }
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpGetFirstMediaDescriptor(CSdp *sdp, CMedia **mediaObj)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!sdp || !mediaObj) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: sdpObj=%p, &mediaObj=%p", vp(sdp), vp(mediaObj));
+        return ZVSDP_RC_INVALID;
+    }
+    *mediaObj = zvSdpObjGetMedia(sdp, nullptr);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpGetNextMediaDescriptor(CSdp *sdp, CMedia *mediaObj, CMedia **nextObj)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!sdp || !mediaObj || !nextObj) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: sdpObj=%p, mediaObj=%p, &nextObj=%p", vp(sdp), vp(mediaObj),
+                vp(nextObj));
+        return ZVSDP_RC_INVALID;
+    }
+    *nextObj = zvSdpObjGetMedia(sdp, mediaObj);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpIsMediaDescriptorsListPresent(CSdp *sdp, uint32_t *present)
+{
+    if (!sdp || !present) {
+        ZV_LOGE(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
+        return ZVSDP_RC_INVALID;
+    }
+    *present = 0;
+    CMedia *first = nullptr;
+    uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &first);
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGD(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
+        return rc;
+    }
+    *present = first ? 1 : 0;
+    return ZVSDP_RC_OK;
+}
+
+}  // extern "C"
