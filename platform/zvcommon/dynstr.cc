@@ -86,29 +86,64 @@ uint32_t boundedLen(const char *text, uint32_t limit)
     return nul ? static_cast<uint32_t>(static_cast<const char *>(nul) - text) : limit;
 }
 
-int vappend(dynstr_s *s, const char *format, va_list ap)
+// Appends n characters (cut at the cap). `text` may lie inside s's own
+// storage, which reserve() may give back before the copy.
+int appendN(dynstr_s *s, const char *text, uint32_t n)
 {
-    char local[256];
+    if (n > DYNSTR_MAX_LEN - s->len)
+        n = DYNSTR_MAX_LEN - s->len;
+    bool inside = text >= s->data && text < s->data + s->cap;
+    size_t offset = inside ? static_cast<size_t>(text - s->data) : 0;
+    if (!reserve(s, s->len + n))
+        return -1;
+    if (inside)
+        text = s->data + offset;
+    memmove(s->data + s->len, text, n);
+    s->len += n;
+    s->data[s->len] = '\0';
+    return 0;
+}
+
+// Formats into a scratch string of its own, so that arguments pointing into
+// the string being changed still read its old text, and a failure leaves
+// that string as it was. The caller gives scratch's storage back with
+// dropScratch().
+int vformat(dynstr_s *scratch, const char *format, va_list ap)
+{
+    scratch->data = scratch->inl;
+    scratch->cap = sizeof scratch->inl;
+    scratch->len = 0;
     va_list copy;
     va_copy(copy, ap);
-    int n = vsnprintf(local, sizeof local, format, copy);
+    int n = vsnprintf(scratch->data, scratch->cap, format, copy);
     va_end(copy);
     if (n < 0)
         return -1;
-    uint32_t add = static_cast<uint32_t>(n);
-    if (s->len + add > DYNSTR_MAX_LEN)
-        add = DYNSTR_MAX_LEN - s->len;
-    if (!reserve(s, s->len + add))
-        return -1;
-    if (add < sizeof local) {
-        memcpy(s->data + s->len, local, add);
-    } else {
-        // vsnprintf writes the terminator too, so print into room for it.
-        vsnprintf(s->data + s->len, add + 1, format, ap);
+    uint32_t len = static_cast<uint32_t>(n) > DYNSTR_MAX_LEN ? DYNSTR_MAX_LEN : static_cast<uint32_t>(n);
+    if (len + 1 > scratch->cap) {
+        scratch->data[0] = '\0';
+        if (!reserve(scratch, len))
+            return -1;
+        vsnprintf(scratch->data, len + 1, format, ap);
     }
-    s->len += add;
-    s->data[s->len] = '\0';
+    scratch->len = len;
     return 0;
+}
+
+void dropScratch(dynstr_s *scratch)
+{
+    if (scratch->data != scratch->inl)
+        charFree(scratch->data);
+}
+
+int vappend(dynstr_s *s, const char *format, va_list ap)
+{
+    dynstr_s scratch;
+    int rc = vformat(&scratch, format, ap);
+    if (rc == 0)
+        rc = appendN(s, scratch.data, scratch.len);
+    dropScratch(&scratch);
+    return rc;
 }
 
 int compare(const char *a, const char *b, bool ignoreCase)
@@ -223,19 +258,14 @@ int dynstr_printf(dynstr_t s, const char *format, ...)
 {
     if (!s || !format)
         return -1;
-    uint32_t oldLen = s->len;
-    char first = s->data[0];
-    s->len = 0;
-    s->data[0] = '\0';
+    dynstr_s scratch;
     va_list ap;
     va_start(ap, format);
-    int rc = vappend(s, format, ap);
+    int rc = vformat(&scratch, format, ap);
     va_end(ap);
-    if (rc != 0) {
-        // Nothing was written over the old text's first byte but the terminator.
-        s->data[0] = first;
-        s->len = oldLen;
-    }
+    if (rc == 0)
+        rc = setN(s, scratch.data, scratch.len);
+    dropScratch(&scratch);
     return rc;
 }
 
@@ -245,13 +275,7 @@ int dynstr_append(dynstr_t s, const char *text)
         return -1;
     if (!text)
         return 0;
-    uint32_t add = boundedLen(text, DYNSTR_MAX_LEN - s->len);
-    if (!reserve(s, s->len + add))
-        return -1;
-    memcpy(s->data + s->len, text, add);
-    s->len += add;
-    s->data[s->len] = '\0';
-    return 0;
+    return appendN(s, text, boundedLen(text, DYNSTR_MAX_LEN - s->len));
 }
 
 int dynstr_vappendf(dynstr_t s, const char *format, va_list ap)
@@ -347,7 +371,8 @@ char *dynstr_strdup(dynstr_t s)
 
 void dynstr_strfree(char *copy)
 {
-    charFree(copy);
+    if (isCharStorage(copy))
+        charFree(copy);
 }
 
 }  // extern "C"

@@ -83,4 +83,14 @@ void charFree(char *storage)
     memm_free(storage);
 }
 
+bool isCharStorage(const char *storage)
+{
+    if (!storage || !ensurePools())
+        return false;
+    for (int c = 0; c < kClasses; ++c)
+        if (memm_isvalidobjfrompool(g_chars[c], storage))
+            return true;
+    return false;
+}
+
 }  // namespace zvcommon

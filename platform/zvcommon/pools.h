@@ -24,5 +24,7 @@ char *charAlloc(uint32_t bytes);
 // The usable size charAlloc gives for `bytes` (0: too large).
 uint32_t charClassSize(uint32_t bytes);
 void charFree(char *storage);
+// True for live storage that charAlloc handed out.
+bool isCharStorage(const char *storage);
 
 }  // namespace zvcommon

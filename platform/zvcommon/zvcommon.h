@@ -57,7 +57,8 @@ dynstr_t dynstr_dup(int pool, dynstr_t source);                /* NULL source: N
 void dynstr_release(dynstr_t s);
 
 /* Replace or extend the content. 0, or -1 when s is NULL or memory is short
- * (the old content is then kept). */
+ * (the old content is then kept). Text and format arguments may point into
+ * s's own text. */
 int dynstr_assign(dynstr_t s, const char *text);
 int dynstr_printf(dynstr_t s, const char *format, ...) __attribute__((format(printf, 2, 3)));
 int dynstr_append(dynstr_t s, const char *text);
@@ -95,7 +96,8 @@ int dynstr_getlong(dynstr_t s, long *out);
 
 /* A plain copy of the text, owned by the caller and given back with
  * dynstr_strfree (it comes from the string pool, not from malloc). NULL for
- * a NULL string or when memory is short. */
+ * a NULL string or when memory is short. dynstr_strfree ignores NULL and
+ * anything that is not such a copy. */
 char *dynstr_strdup(dynstr_t s);
 void dynstr_strfree(char *copy);
 
