@@ -107,7 +107,7 @@ llist_t llist_create(int pool)
 
 int llist_addobject(llist_t *list, void *object, int pool)
 {
-    if (!list || !object || !validPool(pool))
+    if (!list || !object || !validPool(pool) || (*list && (*list)->kind != kListKind))
         return -1;
     Node *node = static_cast<Node *>(memm_alloc(pool));
     if (!node)
