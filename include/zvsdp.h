@@ -560,6 +560,67 @@ ZVSDP_API uint32_t zvSdpMediaAddAttrSilenceSupp(CMedia *mediaHndl, uint32_t enab
  * attribute whose value contains "off", else 0. */
 ZVSDP_API uint32_t zvSdpMediaIsSilenceSuppressionEnabled(CSdp *sdpHndl, uint32_t *result);
 
+/* ---- SDP text in and out --------------------------------------------------- */
+
+/* Messages of the gateway's SDP stack (librv_sdp, rvsdp.h). */
+struct RvSdpMsg;
+struct RvSdpMediaDescr;
+struct RvSdpConnection;
+
+/* Parses SDP text (its first 1023 characters) into a new session in
+ * *objHndl, which the caller destroys with zvSdpDestruct. Media of an unknown
+ * type or transport are skipped; a media with port 0 is marked unsupported.
+ * 0; 2 pool exhausted; 3; 5 bad argument (*objHndl untouched), text that is
+ * no SDP or yields no media; 11 a UDP, udptl or TCP media (the whole text
+ * fails). After the argument checks *objHndl is NULL on every failure. */
+ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHndl);
+/* Replaces the session's media by those of a stack message (audio, video,
+ * application, image over RTP/AVP, UDP, udptl, TCP, UDP/BFCP). Moves
+ * telephone-event to the end of each of the message's format lists. 0; 3 also
+ * read-only; 5; 9 the message lacks an attribute it counts. */
+ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, struct RvSdpMsg *rvSdp);
+/* The session's media sections, each line ended by "\n". *length: in the
+ * buffer's size, out the text's length. 0; 3 (no message); 5 for NULL or
+ * *length 0. A too-small buffer gets the text cut. */
+ZVSDP_API uint32_t zvSdpToString(CSdp *sdpObj, char *streamBuffer, uint32_t *length);
+/* Parses the session's printed text into *rvSdp (the caller destructs it with
+ * rvSdpMsgDestruct). 0; 3; 5; 9 for an empty session or text the stack only
+ * parses in part. */
+ZVSDP_API uint32_t zvSdpAppGetRvSdp(CSdp *objHndl, struct RvSdpMsg *rvSdp);
+/* Replaces the message's media by the session's, port 0 each, udptl media as
+ * format "t38" without payloads, attribute names and values cut at 32
+ * characters. Media the stack cannot carry are marked unsupported in the
+ * session. 0; 3; 5; 9 when the stack refuses a media. */
+ZVSDP_API uint32_t zvSdpRvMediaCopy(struct RvSdpMsg *rvSdp, CSdp *sdp);
+/* The media's first connection, else the session's first (may be NULL).
+ * Needs no initialisation. 0; 5. */
+ZVSDP_API uint32_t zvSdpRvMediaGetConnection(struct RvSdpMsg *rvSdp, struct RvSdpMediaDescr *rvMedia,
+                                             struct RvSdpConnection **rvConnection);
+/* Packet figures from the media's first ptime (20 when none) and its largest
+ * payload clock rate. 0; 3; 5 for NULL arguments or a ptime outside 1..1000. */
+ZVSDP_API uint32_t zvSdpGetRtpInfo(CSdp *sdp, CMedia *media, RtpInfo *info);
+
+/* ---- capability declarations (RFC 3407) ------------------------------------ */
+
+/* Adds "sqn", a "cdsc" listing the media's payload numbers, a "cpar" per
+ * payload with fmtp and, for addT38 1, a "cdsc" for T.38 (audio and video
+ * media; other media get "sqn" only). Values are cut at 199 characters.
+ * 0; 3; 5; or the code of the failed addition (no roll-back). */
+ZVSDP_API uint32_t zvSdpMediaAddCdscCparAttributes(CMedia **hMedia, uint32_t addT38);
+/* Removes every "sqn", "cdsc" and "cpar" attribute of every media. */
+ZVSDP_API uint32_t zvSdpRemoveCdscCparAttributes(CSdp *sdp);
+
+/* ---- telephone events ------------------------------------------------------- */
+
+/* Appends the table's payload 96 (telephone-event/8000); *ptHndl receives it.
+ * 0; 2; 3; 5 (ptHndl is required). */
+ZVSDP_API uint32_t zvSdpMediaAddTelephoneEvent(CMedia *mediaObj, CPayload **ptHndl);
+/* *supported = 1 when a payload is named exactly "telephone-event"
+ * (case-sensitive); *payloadType (optional) gets the first one's number. */
+ZVSDP_API uint32_t zvSdpMediaIsTelephoneEventSupportedEx(CMedia *mediaObj, uint32_t *supported,
+                                                         uint32_t *payloadType);
+ZVSDP_API uint32_t zvSdpMediaIsTelephoneEventSupported(CMedia *mediaObj, uint32_t *supported);
+
 /* ---- bus object ---------------------------------------------------------- */
 
 /* Registers the "zvpbx.media.codec" object (method "get") on the process's

@@ -1,0 +1,304 @@
+// SDP text and the SDP stack's messages into the object model.
+#include <stdio.h>
+#include <string.h>
+#include <strings.h>
+
+#include "guard.h"
+#include "rvsdp.h"
+
+using namespace zv;
+
+namespace {
+
+constexpr uint32_t kTextLimit = 1023;  // longer offers are cut, not refused
+constexpr uint32_t kFmtpLimit = 127;
+
+// Media type codes of the stack as the string parser takes them.
+bool mediaTypeFromText(int code, uint32_t *type)
+{
+    if (code < RVSDP_MEDIATYPE_AUDIO || code > RVSDP_MEDIATYPE_CONTROL)
+        return false;
+    *type = static_cast<uint32_t>(code);  // the stack's codes 1..7 are ours
+    return true;
+}
+
+// The string parser knows only RTP/AVP, but recognises three more
+// transports so that it can refuse the whole text for them.
+bool transportFromText(int code, uint32_t *transport)
+{
+    switch (code) {
+    case RVSDP_PROTOCOL_RTP: *transport = ZVSDP_TP_RTPAVP; return true;
+    case RVSDP_PROTOCOL_UDP: *transport = ZVSDP_TP_UDP; return true;
+    case RVSDP_PROTOCOL_UDPTL: *transport = ZVSDP_TP_UDPTL; return true;
+    case RVSDP_PROTOCOL_TCP: *transport = ZVSDP_TP_TCP; return true;
+    default: return false;
+    }
+}
+
+// The copy knows more transports but fewer media types.
+bool mediaTypeForCopy(int code, uint32_t *type)
+{
+    switch (code) {
+    case RVSDP_MEDIATYPE_AUDIO: *type = ZVSDP_MT_AUDIO; return true;
+    case RVSDP_MEDIATYPE_VIDEO: *type = ZVSDP_MT_VIDEO; return true;
+    case RVSDP_MEDIATYPE_APP: *type = ZVSDP_MT_APP; return true;
+    case RVSDP_MEDIATYPE_IMAGE: *type = ZVSDP_MT_IMAGE; return true;
+    default: return false;
+    }
+}
+
+bool transportForCopy(int code, uint32_t *transport)
+{
+    if (code == RVSDP_PROTOCOL_UDP_BFCP) {
+        *transport = ZVSDP_TP_UDPBFCP;
+        return true;
+    }
+    return transportFromText(code, transport);
+}
+
+const char *orEmpty(const char *text)
+{
+    return text ? text : "";
+}
+
+// The value of a stack attribute as the object model keeps it.
+const char *attributeValue(const RvSdpAttribute *attribute)
+{
+    if (rvSdpAttributeIsSpecial(attribute))
+        return rvSdpSpecAttrGetValue(attribute);
+    return orEmpty(rvSdpAttributeGetValue(attribute));
+}
+
+bool isPayloadLine(const char *name)
+{
+    return strcmp(name, "rtpmap") == 0 || strcmp(name, "fmtp") == 0;
+}
+
+// One payload number of a stack media description into a payload of `media`:
+// every rtpmap naming the number adds one (the last is kept), else the codec
+// table supplies it; then every fmtp naming it is applied.
+CPayload *addPayload(CMedia *media, const RvSdpMediaDescr *descr, int payloadNumber)
+{
+    CPayload *payload = nullptr;
+    size_t rtpmaps = rvSdpGetNumOfSpecialAttr(descr, RVSDP_SPEC_ATTR_RTPMAP);
+    for (size_t i = 0; i < rtpmaps; ++i) {
+        const RvSdpRtpMap *rtpmap = rvSdpGetSpecialAttr(descr, i, RVSDP_SPEC_ATTR_RTPMAP);
+        if (!rtpmap) {
+            ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetRtpMap returned NULL\n");
+            return nullptr;
+        }
+        if (rvSdpRtpMapGetPayload(rtpmap) != payloadNumber)
+            continue;
+        int clock = rvSdpRtpMapGetClockRate(rtpmap);
+        int channels = rvSdpRtpMapGetChannels(rtpmap);
+        zvSdpMediaAddPayload(media, static_cast<uint32_t>(payloadNumber), orEmpty(rvSdpRtpMapGetEncodingName(rtpmap)),
+                             clock == -1 ? 8000u : static_cast<uint32_t>(clock),
+                             channels < 1 ? 1u : static_cast<uint32_t>(channels), nullptr, &payload);
+    }
+    if (!payload)
+        zvSdpMediaAddPayloadFromPayloadType(media, static_cast<uint32_t>(payloadNumber), &payload);
+
+    size_t fmtps = rvSdpGetNumOfSpecialAttr(descr, RVSDP_SPEC_ATTR_FMTP);
+    for (size_t i = 0; i < fmtps; ++i) {
+        const RvSdpAttribute *fmtp = rvSdpGetSpecialAttr(descr, i, RVSDP_SPEC_ATTR_FMTP);
+        if (!fmtp) {
+            ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetFmtp returned NULL\n");
+            return nullptr;
+        }
+        if (strcmp(orEmpty(rvSdpAttributeGetName(fmtp)), "fmtp") != 0)
+            continue;
+        const char *text = attributeValue(fmtp);
+        unsigned number = 0;
+        if (sscanf(text, "%u", &number) != 1 || number != static_cast<unsigned>(payloadNumber))
+            continue;
+        char parameters[kFmtpLimit + 1] = {0};
+        if (const char *blank = strchr(text, ' '))
+            strncpy(parameters, blank + 1, kFmtpLimit);
+        // An fmtp line without parameters hands on "", which is refused.
+        zvSdpPayloadAddFmtp(payload, parameters);
+    }
+    return payload;
+}
+
+// Copies the stack's attribute lines (bar rtpmap and fmtp) onto the media.
+void addAttributes(CMedia *media, RvSdpMediaDescr *descr)
+{
+    RvSdpList *list = rvSdpMediaDescrGetAttributeList(descr);
+    for (void *item = rvSdpListGetFirst(list); item; item = rvSdpListGetNext(list, item)) {
+        const RvSdpAttribute *attribute = static_cast<const RvSdpAttribute *>(item);
+        const char *name = orEmpty(rvSdpAttributeGetName(attribute));
+        if (isPayloadLine(name))
+            continue;
+        zvSdpMediaObjAddAttribute(media, zvSdpAttrObjConstruct(name, attributeValue(attribute)));
+    }
+}
+
+}  // namespace
+
+extern "C" {
+
+ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHndl)
+{
+    ZV_GUARD_INIT();
+    if (!objHndl || !sdpBuffer || !*sdpBuffer) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: &objHndl=%p ; &sdpBuffer=%p ; sdpBuffer length=%d bytes",
+                vp(objHndl), vp(sdpBuffer), sdpBuffer ? static_cast<int>(strlen(sdpBuffer)) : 0);
+        return ZVSDP_RC_INVALID;
+    }
+    *objHndl = nullptr;
+
+    char work[kTextLimit + 1] = {0};
+    strncpy(work, sdpBuffer, kTextLimit);
+    uint32_t length = static_cast<uint32_t>(strlen(work));
+    int status = 0;
+    // A text of this size keeps the message free of heap memory, so the two
+    // failure paths below that leave it undestructed lose nothing.
+    RvSdpMsg message;
+    rvSdpMsgConstructParse(&message, work, &length, &status);
+    if (status == RVSDP_PARSE_NOT_SDP || length == 0) {
+        ZV_LOGC(kModApi, "rvSdpMsgConstructParse failed, invalid SDP message (parser error = %d)", status);
+        return ZVSDP_RC_INVALID;
+    }
+
+    CSdp *session = zvSdpObjConstruct();
+    if (!session) {
+        rvSdpMsgDestruct(&message);
+        return ZVSDP_RC_NO_RESOURCE;
+    }
+
+    RvSdpList *mediaList = rvSdpMsgGetMediaDescrList(&message);
+    for (void *item = rvSdpListGetFirst(mediaList); item; item = rvSdpListGetNext(mediaList, item)) {
+        RvSdpMediaDescr *descr = static_cast<RvSdpMediaDescr *>(item);
+        uint32_t mediaType = 0, transport = 0;
+        if (!mediaTypeFromText(rvSdpMediaTypeTxt2Val(rvSdpMediaDescrGetMediaTypeStr(descr)), &mediaType) ||
+            !transportFromText(rvSdpMediaProtoTxt2Val(rvSdpMediaDescrGetProtocolStr(descr)), &transport)) {
+            ZV_LOGD_AS(kModApi, "createRvSdpMirror", "MediaDescriptor(%s, %s) ignored.",
+                       orEmpty(rvSdpMediaDescrGetMediaTypeStr(descr)), orEmpty(rvSdpMediaDescrGetProtocolStr(descr)));
+            continue;
+        }
+        CMedia *media = zvSdpMediaObjConstruct(transport, mediaType);
+        zvSdpObjAddMedia(session, media);
+        if (!media)
+            continue;
+        if (transport != ZVSDP_TP_RTPAVP) {
+            // One such line fails the whole offer: the host answers it whole.
+            ZV_LOGE_AS(kModApi, "createRvSdpMirror", "We don't support this transport-protocol yet\r\n");
+            zvSdpObjDestruct(session);
+            return ZVSDP_RC_TRANSPORT;
+        }
+        int port = rvSdpMediaDescrGetPort(descr);
+        zvSdpMediaObjSetPort(media, port < 0 ? 0u : static_cast<uint32_t>(port));
+        zvSdpMediaObjSetSupported(media, port > 0 ? 1 : 0);
+        uint16_t formats = rvSdpMediaDescrGetNumOfPayloads(descr);
+        for (uint16_t i = 0; i < formats; ++i)
+            addPayload(media, descr, rvSdpMediaDescrGetPayload(descr, i));
+        addAttributes(media, descr);
+    }
+    rvSdpMsgDestruct(&message);
+
+    // Print check: a session that prints nothing is no offer.
+    length = sizeof work;
+    zvSdpObjToString(session, work, &length);
+    if (length == 0) {
+        ZV_LOGC(kModApi, "zvSdpConstructFromString failed, invalid SDP construction!");
+        zvSdpObjDestruct(session);
+        return ZVSDP_RC_INVALID;
+    }
+    *objHndl = session;
+    ZV_LOGI(kModApi, "SDP message parsed successfully.  CSdp object = %p", vp(session));
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, RvSdpMsg *rvSdp)
+{
+    ZV_GUARD_INIT();
+    if (!sdp || !rvSdp) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: zvSdp=%p, rvSdp=%p", vp(sdp), vp(rvSdp));
+        return ZVSDP_RC_INVALID;
+    }
+    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(sdp));
+    CMedia *old = nullptr;
+    while (zvSdpGetFirstMediaDescriptor(sdp, &old) == ZVSDP_RC_OK && old)
+        if (zvSdpRemoveMediaDescriptor(sdp, &old) != ZVSDP_RC_OK)
+            break;
+
+    RvSdpList *mediaList = rvSdpMsgGetMediaDescrList(rvSdp);
+    for (void *item = rvSdpListGetFirst(mediaList); item; item = rvSdpListGetNext(mediaList, item)) {
+        RvSdpMediaDescr *descr = static_cast<RvSdpMediaDescr *>(item);
+        uint32_t mediaType = 0, transport = 0;
+        bool typeKnown = mediaTypeForCopy(rvSdpMediaDescrGetMediaType(descr), &mediaType);
+        if (!typeKnown)
+            ZV_LOGC(kModApi, "Illegal condition: Unsupported Media type! (%s)",
+                    orEmpty(rvSdpMediaDescrGetMediaTypeStr(descr)));
+        if (!transportForCopy(rvSdpMediaDescrGetProtocol(descr), &transport)) {
+            ZV_LOGC(kModApi, "Illegal condition: Unsupported Media protocol! (%s)",
+                    orEmpty(rvSdpMediaDescrGetProtocolStr(descr)));
+            continue;
+        }
+        if (!typeKnown)
+            continue;
+
+        CMedia *media = nullptr;
+        zvSdpAddMediaDescriptor(sdp, mediaType, transport, &media);
+        int port = rvSdpMediaDescrGetPort(descr);
+        ZV_LOGD(kModApi, "!!!!!!!!! MEDIA PORT NUMBER = %d", port);
+        // The port itself stays at the media's default here, on purpose.
+        if (port == 0 && zvSdpMediaMarkUnsupported(media) != ZVSDP_RC_OK)
+            ZV_LOGD(kModApi, "Failed to set media to unsupported");
+
+        // Telephone events go last in the caller's message, and so in ours.
+        for (const RvSdpRtpMap *rtpmap = rvSdpGetFirstSpecialAttr(descr, RVSDP_SPEC_ATTR_RTPMAP); rtpmap;
+             rtpmap = rvSdpGetNextSpecialAttr(rtpmap, RVSDP_SPEC_ATTR_RTPMAP)) {
+            if (strcasecmp(orEmpty(rvSdpRtpMapGetEncodingName(rtpmap)), "telephone-event") != 0)
+                continue;
+            int event = rvSdpRtpMapGetPayload(rtpmap);
+            ZV_LOGD(kModApi, "zvSdpCopyRvMedia: Telephone Event payload = %d\r\n", event);
+            if (event != -1) {
+                int count = rvSdpMediaDescrGetNumOfPayloads(descr);
+                for (int i = 0; i < count; ++i) {
+                    if (rvSdpMediaDescrGetPayload(descr, i) == event) {
+                        rvSdpRemoveTextFromArray(descr, i);
+                        break;
+                    }
+                }
+                rvSdpMediaDescrAddPayloadNumber(descr, event);
+            }
+            break;
+        }
+
+        int formats = rvSdpMediaDescrGetNumOfPayloads(descr);
+        for (int i = 0; i < formats; ++i) {
+            int number = rvSdpMediaDescrGetPayload(descr, i);
+            if (number == RVSDP_PAYLOAD_NOT_NUMBER) {
+                const char *format = orEmpty(rvSdpMediaDescrGetFormat(descr, i));
+                if (strcmp(format, "t38") == 0) {
+                    // 105 is the T.38 row of the table as shipped.
+                    if (zvSdpMediaAddDynamicPayload(media, ZVSDP_PT_T38, nullptr) != ZVSDP_RC_OK)
+                        ZV_LOGD(kModApi, "Failed to add T38 payloadtype");
+                } else {
+                    ZV_LOGE(kModApi, "unsupported  payloadtype %s\r\n", format);
+                }
+                continue;
+            }
+            if (!addPayload(media, descr, number))
+                ZV_LOGD(kModApi, "Failed to add payloadtype (index=%d, id=%d)", i, number);
+        }
+
+        RvSdpList *attributes = rvSdpMediaDescrGetAttributeList(descr);
+        size_t count = rvSdpMediaDescrGetNumOfAttr(descr);
+        for (size_t i = 0; i < count; ++i) {
+            const RvSdpAttribute *attribute = static_cast<const RvSdpAttribute *>(rvSdpListGetByIndex(attributes, i));
+            if (!attribute) {
+                ZV_LOGD(kModApi, "rvSdpMediaDescrGetAttribute returned NULL\n");
+                return ZVSDP_RC_EXTERNAL;
+            }
+            const char *name = orEmpty(rvSdpAttributeGetName(attribute));
+            if (isPayloadLine(name))
+                continue;
+            zvSdpMediaAddAttribute(media, name, attributeValue(attribute), nullptr);
+        }
+    }
+    return ZVSDP_RC_OK;
+}
+
+}  // extern "C"
