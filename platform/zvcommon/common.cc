@@ -36,7 +36,7 @@ const char *zvPbxGetErrorString(uint32_t code)
     for (const CodeText &t : kTexts)
         if (t.code == code)
             return t.text;
-    static __thread char generic[40];
+    static thread_local char generic[40];
     snprintf(generic, sizeof generic, "Unknown error code %u", code);
     return generic;
 }
