@@ -57,6 +57,11 @@ using namespace zvcommon;
 
 namespace {
 
+bool isList(const llist_s *list)
+{
+    return list && list->kind == kListKind;
+}
+
 bool validPool(int pool)
 {
     return pool != MEMM_POOL_NONE && pool == listPool();
@@ -107,7 +112,11 @@ llist_t llist_create(int pool)
 
 int llist_addobject(llist_t *list, void *object, int pool)
 {
-    if (!list || !object || !validPool(pool) || (*list && (*list)->kind != kListKind))
+    if (!list || !object || !validPool(pool) || (*list && !isList(*list)))
+        return -1;
+    // Walks go by object (llist_getnext), so an object listed twice would
+    // send every walk round the same stretch for ever.
+    if (llist_contains(*list, object))
         return -1;
     Node *node = static_cast<Node *>(memm_alloc(pool));
     if (!node)
@@ -133,7 +142,7 @@ int llist_addobject(llist_t *list, void *object, int pool)
 
 void *llist_getnext(llist_t list, const void *after)
 {
-    if (!list || !list->head)
+    if (!isList(list) || !list->head)
         return nullptr;
     if (!after)
         return list->head->object;
@@ -145,7 +154,7 @@ void *llist_getnext(llist_t list, const void *after)
 
 int llist_contains(llist_t list, const void *object)
 {
-    if (!list || !object)
+    if (!isList(list) || !object)
         return 0;
     for (Node *n = list->head; n; n = n->next)
         if (n->object == object)
@@ -155,7 +164,7 @@ int llist_contains(llist_t list, const void *object)
 
 int llist_removeobject(llist_t list, const void *object)
 {
-    if (!list || !object)
+    if (!isList(list) || !object)
         return -1;
     Node *prev = nullptr;
     for (Node *n = list->head; n; prev = n, n = n->next) {
@@ -176,7 +185,7 @@ int llist_removeobject(llist_t list, const void *object)
 
 uint32_t llist_count(llist_t list)
 {
-    return list ? list->count : 0;
+    return isList(list) ? list->count : 0;
 }
 
 void llist_release(llist_t list)
@@ -188,7 +197,7 @@ int llist_sort_ex(llist_t list, void *arg, llist_compare_fn compare)
 {
     if (!compare)
         return -1;
-    if (!list || list->count < 2)
+    if (!isList(list) || list->count < 2)
         return 0;
     list->head = mergeSort(list->head, list->count, arg, compare);
     Node *n = list->head;

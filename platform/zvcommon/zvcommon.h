@@ -105,7 +105,8 @@ void dynstr_strfree(char *copy);
 
 /* An ordered list of object pointers. Releasing a list (llist_release or the
  * pool manager's release function) frees every object still in it with
- * memm_free, in list order, so the objects must be pool records. */
+ * memm_free, in list order, so the objects must be pool records. The calls
+ * below treat a handle that is no list like NULL. */
 typedef struct llist_s *llist_t;
 
 /* comparison for llist_sort_ex: negative, 0 or positive as a sorts before,
@@ -116,7 +117,9 @@ typedef int (*llist_compare_fn)(const void *a, const void *b, void *arg);
 llist_t llist_create(int pool);
 
 /* Appends object (not NULL) to *list, creating the list from `pool` when
- * *list is NULL. 0, or -1 (nothing changed). */
+ * *list is NULL. 0, or -1 (nothing changed), also when the object is in the
+ * list already: a list holds each object once, so walks with llist_getnext
+ * end. */
 int llist_addobject(llist_t *list, void *object, int pool);
 
 /* The object after `after`; the first one when `after` is NULL; NULL at the

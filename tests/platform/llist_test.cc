@@ -76,6 +76,8 @@ TEST_F(List, AppendWalkContainsAndRemove)
     ASSERT_NE(nullptr, list);
     ASSERT_EQ(0, llist_addobject(&list, b, lists));
     ASSERT_EQ(0, llist_addobject(&list, c, lists));
+    // Listed twice, a would send every walk back from b to a.
+    EXPECT_EQ(-1, llist_addobject(&list, a, lists));
     EXPECT_EQ((std::vector<void *>{a, b, c}), walk(list));
     EXPECT_EQ(3u, llist_count(list));
     EXPECT_EQ(1, llist_contains(list, b));
@@ -180,8 +182,14 @@ TEST_F(List, RefusesWrongPoolsAndHandles)
     EXPECT_EQ(nullptr, llist_create(MEMM_POOL_NONE));
     EXPECT_EQ(0u, llist_count(nullptr));
     // A handle that is no list is not appended to.
-    llist_t notAList = reinterpret_cast<llist_t>(item(1, 1));
-    EXPECT_EQ(-1, llist_addobject(&notAList, item(2, 2), lists));
+    Item *notAList = item(1, 1), *other = item(2, 2);
+    llist_t fake = reinterpret_cast<llist_t>(notAList);
+    EXPECT_EQ(-1, llist_addobject(&fake, other, lists));
+    EXPECT_EQ(nullptr, llist_getnext(fake, nullptr));
+    EXPECT_EQ(0, llist_contains(fake, other));
+    EXPECT_EQ(-1, llist_removeobject(fake, other));
+    EXPECT_EQ(0u, llist_count(fake));
+    EXPECT_EQ(1, notAList->key);
 }
 
 }  // namespace
