@@ -621,6 +621,84 @@ ZVSDP_API uint32_t zvSdpMediaIsTelephoneEventSupportedEx(CMedia *mediaObj, uint3
                                                          uint32_t *payloadType);
 ZVSDP_API uint32_t zvSdpMediaIsTelephoneEventSupported(CMedia *mediaObj, uint32_t *supported);
 
+/* ---- AMR format parameters (RFC 4867) --------------------------------------- */
+
+/* The payload's AMR kind from its exact name ("AMR", "AMR-WB"). 0; 5 for NULL
+ * arguments; or the error of reading the name. */
+ZVSDP_API uint32_t zvSdpPayloadAmrGetType(CPayload *objHndl, ZvSdpAmrType *type);
+/* Parses the payload's fmtp into *retval: keys mode-set, octet-align,
+ * channels, mode-change-period, max-red (taken below 241),
+ * mode-change-neighbor, mode-change-capability; single-digit values only;
+ * no mode-set means all modes of the band. channels and ptime are filled in
+ * from the payload and the table; maxRedLimit is always 0. 0; 3; 5 also for
+ * a payload that is not AMR. */
+ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConfig *retval);
+/* Writes *config as fmtp text in the order mode-set (only for a partial
+ * set), octet-align, channels, mode-change-neighbor, mode-change-capability,
+ * mode-change-period, max-red (while maxRedLimit < 241). *length: buffer
+ * size in, text length out. 0; 3; 5. */
+ZVSDP_API uint32_t zvSdpPayloadAmrTranslateConfigToFmtp(CPayload *objHndl, const ZvSdpAmrConfig *config,
+                                                        char *buffer, uint32_t *length);
+/* Changes one parameter (ZvSdpAmrParam selector) and rewrites the fmtp in
+ * canonical form; selector 0 ADDS a mode. 0; 3; 5; or a parse/write error
+ * (the fmtp is then unchanged). */
+ZVSDP_API uint32_t zvSdpPayloadUpdateAmrParams(CPayload *objHndl, uint32_t selector, uint32_t value);
+/* Modes 0..8 set in both masks. */
+ZVSDP_API uint32_t zvSdpMediaPayloadAmrGetCommonModes(uint32_t modes1, uint32_t modes2);
+
+/* ---- negotiation ------------------------------------------------------------ */
+/* Messages of these go under "[ZVSDP::HelperAPI]" with its own trace level. */
+
+/* The HelperAPI trace level (not changed by zvSdpSetTraceLevel). */
+ZVSDP_API void zvSdpHelperSetTraceLevel(uint32_t level);
+/* Logs the title and the session's text on one line (line feeds written as
+ * "\n "), cut at 1023 characters; at HelperAPI level 4 and above. */
+ZVSDP_API void zvSdpHelperLogSdp(CSdp *sdp, const char *title);
+/* Copies the source payload's ptime into the destination. 0; 5. */
+ZVSDP_API uint32_t zvSdpHelperCopyPTime(CPayload **dst, CPayload **src);
+/* *out = a copy of *src (NULL when the pool is exhausted, still 0). 0; 5. */
+ZVSDP_API uint32_t zvSdpHelperCopyConstructPayload(CPayload **out, CPayload **src);
+/* Destroys *payload and sets it NULL. 0; 5 for NULL. */
+ZVSDP_API uint32_t zvSdpHelperDestructPayload(CPayload **payload);
+/* *equal = 1 for two payloads of one AMR band, or the same name (ignoring
+ * case), clock and channels. 0; 3; 5. */
+ZVSDP_API uint32_t zvSdpPayloadComparePayloads(CPayload *objHndl, CPayload *objHndl2, uint32_t *equal);
+/* The first payload of `first` (in its order; telephone-event never counts)
+ * that has an equal payload in `second`; *outSecond (optional) gets that
+ * partner. NULL and 0 when the media differ in type, one is unsupported, or
+ * none is common. */
+ZVSDP_API uint32_t zvSdpHelperGetFirstCommonPayload(CMedia *first, CMedia *second, CPayload **outFirst,
+                                                    CPayload **outSecond);
+/* Builds the answer's capabilities in newCapabilities from a remote offer
+ * and a local session of exactly one media. Each remote media of another
+ * type or transport, or (with markIfNoCommon) without a common payload,
+ * appends a rejected stream of its own type; a served one replaces the whole
+ * of newCapabilities by a copy of the local media (so one served stream
+ * answers with the local description, payload numbers unchanged) and merges
+ * the remote AMR parameters into the local AMR payloads: mode sets are
+ * INTERSECTED and the smaller max-red taken, as session border controllers
+ * do, rather than returning the offered mode-set unmodified as RFC 4867 asks
+ * of an answerer. 0; 5; 8 a session without media; 12 a local session with
+ * more than one media; or the code of a failed step (newCapabilities stays
+ * partly built). */
+ZVSDP_API uint32_t zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities(CSdp *remoteCapabilities,
+                                                                               CSdp *localCapabilities,
+                                                                               CSdp *newCapabilities,
+                                                                               uint32_t markIfNoCommon);
+/* Copies source into destination with every payload removed and every media
+ * marked unsupported: the answer that rejects every stream. 0; 3; 5. */
+ZVSDP_API uint32_t zvSdpHelperCopyMediaCapabilitiesUnsupported(CSdp *destination, CSdp *source);
+
+/* ---- telephone-event corrections --------------------------------------------- */
+
+/* Corrects every media of the session (see below). 0; 5; or a walk error. */
+ZVSDP_API uint32_t zvSdpFilterTelephoneEventsForAdvertisedCodecs(CSdp *sdp);
+/* Removes the first telephone-event at 8000 Hz when no other payload runs
+ * at 8000 Hz, and likewise at 16000 Hz. Always 0. */
+ZVSDP_API uint32_t zvSdpMediaCorrectForRfc2833DtmfClockRate(CMedia *mediaObj);
+/* Logs the media's payload numbers (HelperAPI level 3 only). Always 0. */
+ZVSDP_API uint32_t zvSdpMediaDumpAllPayloads(CMedia *mediaObj);
+
 /* ---- bus object ---------------------------------------------------------- */
 
 /* Registers the "zvpbx.media.codec" object (method "get") on the process's

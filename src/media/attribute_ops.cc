@@ -138,7 +138,8 @@ ZVSDP_API uint32_t zvSdpAttrGetValueInt(CAttribute *attrObj, uint32_t *value)
         return ZVSDP_RC_INVALID;
     }
     long number = 0;
-    if (dynstr_getlong(zvSdpAttrObjGetValue(attrObj), &number) != 0)
+    // Held to 32 bits so that a 64-bit host answers as the gateways do.
+    if (dynstr_getlong(zvSdpAttrObjGetValue(attrObj), &number) != 0 || number < INT32_MIN || number > INT32_MAX)
         return ZVSDP_RC_EXTERNAL;
     *value = static_cast<uint32_t>(number);
     return ZVSDP_RC_OK;

@@ -1,0 +1,245 @@
+// AMR and AMR-WB format parameters (RFC 4867): fmtp text to a record and back.
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "guard.h"
+
+using namespace zv;
+
+namespace {
+
+constexpr uint32_t kFmtpBuffer = 512;
+constexpr uint32_t kFullNarrowBand = 0xFF;  // modes 0..7
+constexpr uint32_t kFullWideBand = 0x1FF;   // modes 0..8
+
+bool isSingleDigit(const char *value)
+{
+    return value[0] >= '0' && value[0] <= '9' && value[1] == '\0';
+}
+
+// Appends "key value" to the fmtp text, with ";" before every item but the
+// first, never writing past the buffer.
+class FmtpWriter {
+public:
+    FmtpWriter(char *buffer, uint32_t size) : buf_(buffer), size_(size) { buf_[0] = '\0'; }
+
+    void item(const char *key, int value)
+    {
+        size_t used = strlen(buf_);
+        if (used + 1 < size_)
+            snprintf(buf_ + used, size_ - used, "%s%s%d", used == 0 ? "" : ";", key, value);
+    }
+
+    void more(int value)
+    {
+        size_t used = strlen(buf_);
+        if (used + 1 < size_)
+            snprintf(buf_ + used, size_ - used, "%s%d", ",", value);
+    }
+
+private:
+    char *buf_;
+    uint32_t size_;
+};
+
+}  // namespace
+
+extern "C" {
+
+ZVSDP_API uint32_t zvSdpPayloadAmrGetType(CPayload *objHndl, ZvSdpAmrType *type)
+{
+    if (!objHndl || !type)
+        return ZVSDP_RC_INVALID;
+    char name[32];
+    uint32_t length = sizeof name;
+    uint32_t rc = zvSdpPayloadGetEncodingName(objHndl, name, &length);
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGE(kModApi, "Error in getting the encoding name!");
+        return rc;
+    }
+    if (strcmp(name, "AMR") == 0)
+        *type = ZVSDP_AMR_TYPE_NB;
+    else if (strcmp(name, "AMR-WB") == 0)
+        *type = ZVSDP_AMR_TYPE_WB;
+    else
+        *type = ZVSDP_AMR_TYPE_NONE;
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConfig *retval)
+{
+    if (!g_apiInitialised) {
+        ZV_LOGE(kModApi, "API not initialised!");
+        return ZVSDP_RC_NOT_ALLOWED;
+    }
+    if (!objHndl || !retval) {
+        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p, &retval=%p", vp(objHndl), vp(retval));
+        return ZVSDP_RC_INVALID;
+    }
+    ZvSdpAmrType kind = ZVSDP_AMR_TYPE_NONE;
+    uint32_t rc = zvSdpPayloadAmrGetType(objHndl, &kind);
+    if (rc != ZVSDP_RC_OK)
+        return rc;
+    if (kind == ZVSDP_AMR_TYPE_NONE)
+        return ZVSDP_RC_INVALID;
+    char fmtp[kFmtpBuffer];
+    uint32_t length = sizeof fmtp;
+    rc = zvSdpPayloadGetFmtp(objHndl, fmtp, &length);
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGE(kModApi, "Error in getting the fmtp! err=%x", rc);
+        return rc;
+    }
+    memset(retval, 0, sizeof *retval);
+
+    char modeSet[32] = {0};
+    bool modeSetSeen = false;
+    for (char *piece = fmtp; piece && *piece;) {
+        char *end = strchr(piece, ';');
+        if (end)
+            *end = '\0';
+        // Keys are found anywhere in the piece, so leading blanks do no harm.
+        const char *value;
+        if ((value = strstr(piece, "mode-set="))) {
+            strncpy(modeSet, value + 9, sizeof modeSet - 1);
+            modeSet[sizeof modeSet - 1] = '\0';
+            modeSetSeen = true;
+        } else if ((value = strstr(piece, "octet-align="))) {
+            if (isSingleDigit(value + 12))
+                retval->octetAlign = static_cast<uint32_t>(value[12] - '0');
+        } else if ((value = strstr(piece, "channels="))) {
+            if (isSingleDigit(value + 9))
+                retval->channels = value[9] - '0';
+        } else if ((value = strstr(piece, "mode-change-period="))) {
+            if (isSingleDigit(value + 19))
+                retval->modeChangePeriod = static_cast<uint32_t>(value[19] - '0');
+        } else if ((value = strstr(piece, "max-red="))) {
+            long red = strtol(value + 8, nullptr, 10);
+            if (red < 241 && red >= INT32_MIN)
+                retval->maxRed = static_cast<int32_t>(red);
+        } else if ((value = strstr(piece, "mode-change-neighbor="))) {
+            if (isSingleDigit(value + 21))
+                retval->modeChangeNeighbor = static_cast<uint32_t>(value[21] - '0');
+        } else if ((value = strstr(piece, "mode-change-capability="))) {
+            if (isSingleDigit(value + 23))
+                retval->modeChangeCapability = static_cast<uint32_t>(value[23] - '0');
+        }
+        piece = end ? end + 1 : nullptr;
+    }
+
+    if (modeSetSeen && modeSet[0]) {
+        for (char *mode = modeSet; mode;) {
+            char *comma = strchr(mode, ',');
+            if (comma)
+                *comma = '\0';
+            if (isSingleDigit(mode))
+                retval->modeSet |= 1u << (mode[0] - '0');
+            mode = comma ? comma + 1 : nullptr;
+        }
+    } else {
+        retval->modeSet = kind == ZVSDP_AMR_TYPE_WB ? kFullWideBand : kFullNarrowBand;
+    }
+    if (retval->channels == 0) {
+        uint32_t channels = 0;
+        zvSdpPayloadGetChannels(objHndl, &channels);
+        retval->channels = static_cast<int32_t>(channels);
+    }
+    uint32_t ptime = 0;
+    if (zvSdpPayloadGetDefaultPtime(objHndl, &ptime) == ZVSDP_RC_OK)
+        retval->ptime = ptime;
+    // Parsed records always write max-red back (see the writer).
+    retval->maxRedLimit = 0;
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadAmrTranslateConfigToFmtp(CPayload *objHndl, const ZvSdpAmrConfig *config,
+                                                        char *buffer, uint32_t *length)
+{
+    if (!g_apiInitialised) {
+        ZV_LOGE(kModApi, "API not initialised!");
+        return ZVSDP_RC_NOT_ALLOWED;
+    }
+    if (!objHndl || !config || !buffer || !length || *length == 0) {
+        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    ZvSdpAmrType kind = ZVSDP_AMR_TYPE_NONE;
+    if (zvSdpPayloadAmrGetType(objHndl, &kind) != ZVSDP_RC_OK) {
+        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    if (kind == ZVSDP_AMR_TYPE_NONE)
+        return ZVSDP_RC_INVALID;
+
+    FmtpWriter out(buffer, *length);
+    bool wide = kind == ZVSDP_AMR_TYPE_WB;
+    // A full set (or a mode beyond the band) is what no mode-set means.
+    if (config->modeSet != 0 && config->modeSet < (wide ? 511u : 255u)) {
+        int highest = wide ? 8 : 7;
+        bool first = true;
+        for (int mode = 0; mode <= highest; ++mode) {
+            if (!(config->modeSet & (1u << mode)))
+                continue;
+            if (first)
+                out.item("mode-set=", mode);
+            else
+                out.more(mode);
+            first = false;
+        }
+    }
+    if (config->octetAlign == 1)
+        out.item("octet-align=", 1);
+    if (config->channels != 0)
+        out.item("channels=", config->channels);
+    if (config->modeChangeNeighbor == 1)
+        out.item("mode-change-neighbor=", 1);
+    out.item("mode-change-capability=", static_cast<int>(config->modeChangeCapability));
+    if (config->modeChangePeriod == 2)
+        out.item("mode-change-period=", 2);
+    if (config->maxRedLimit < 241u)
+        out.item("max-red=", config->maxRed);
+    *length = static_cast<uint32_t>(strlen(buffer));
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpPayloadUpdateAmrParams(CPayload *objHndl, uint32_t selector, uint32_t value)
+{
+    if (!g_apiInitialised) {
+        ZV_LOGE(kModApi, "API not initialised!");
+        return ZVSDP_RC_NOT_ALLOWED;
+    }
+    if (!objHndl) {
+        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
+        return ZVSDP_RC_INVALID;
+    }
+    ZvSdpAmrConfig config;
+    memset(&config, 0, sizeof config);
+    uint32_t rc = zvSdpMediaPayloadParseAmrFmtp(objHndl, &config);
+    if (rc != ZVSDP_RC_OK)
+        return rc;
+    // No selector reaches modeChangeCapability: callers pass these numbers.
+    switch (selector) {
+    case ZVSDP_AMR_PARAM_MODE_SET: config.modeSet |= 1u << (value % 32); break;
+    case ZVSDP_AMR_PARAM_OCTET_ALIGN: config.octetAlign = value; break;
+    case ZVSDP_AMR_PARAM_MODE_CHANGE_NEIGHBOR: config.modeChangeNeighbor = value; break;
+    case ZVSDP_AMR_PARAM_MODE_CHANGE_PERIOD: config.modeChangePeriod = value; break;
+    case ZVSDP_AMR_PARAM_PTIME: config.ptime = value; break;
+    case ZVSDP_AMR_PARAM_SPARE: config.spare = value; break;
+    case ZVSDP_AMR_PARAM_MAX_RED_LIMIT: config.maxRedLimit = value; break;
+    case ZVSDP_AMR_PARAM_MAX_RED: config.maxRed = static_cast<int32_t>(value); break;
+    default: break;  // still rewritten in canonical form
+    }
+    char fmtp[kFmtpBuffer];
+    uint32_t length = sizeof fmtp;
+    rc = zvSdpPayloadAmrTranslateConfigToFmtp(objHndl, &config, fmtp, &length);
+    if (rc != ZVSDP_RC_OK)
+        return rc;
+    return zvSdpPayloadAddFmtp(objHndl, fmtp);
+}
+
+ZVSDP_API uint32_t zvSdpMediaPayloadAmrGetCommonModes(uint32_t modes1, uint32_t modes2)
+{
+    return modes1 & modes2 & kFullWideBand;
+}
+
+}  // extern "C"

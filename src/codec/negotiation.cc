@@ -1,0 +1,329 @@
+// Offer/answer: the answer's capabilities from a remote offer and the
+// local capabilities, with AMR parameters carried over.
+#include <string.h>
+
+#include "guard.h"
+
+using namespace zv;
+
+namespace {
+
+constexpr uint32_t kFmtpBuffer = 512;
+
+uint32_t getNumberOfMediaDescriptors(CSdp *sdp, uint32_t *count)
+{
+    *count = 0;
+    CMedia *media = nullptr;
+    uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &media);
+    while (rc == ZVSDP_RC_OK && media) {
+        ++*count;
+        rc = zvSdpGetNextMediaDescriptor(sdp, media, &media);
+    }
+    if (rc != ZVSDP_RC_OK)
+        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+    return rc;
+}
+
+// Merges the remote common payload's AMR parameters (k) into a payload of
+// the answer (p).
+uint32_t updateAmrParamsWithCommonPayload(CPayload *p, CPayload *k)
+{
+    ZvSdpAmrConfig mine, theirs;
+    uint32_t rc = zvSdpMediaPayloadParseAmrFmtp(p, &mine);
+    if (rc == ZVSDP_RC_OK)
+        rc = zvSdpMediaPayloadParseAmrFmtp(k, &theirs);
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGE(kModHelper, "Parse Amr Fmtp fail %s", ZV_RC_TEXT(rc));
+        return rc;
+    }
+    if (theirs.modeSet != 0)
+        mine.modeSet = zvSdpMediaPayloadAmrGetCommonModes(mine.modeSet, theirs.modeSet);
+    if (theirs.octetAlign != 0)
+        mine.octetAlign = theirs.octetAlign;
+    if (theirs.modeChangeNeighbor != 0)
+        mine.modeChangeNeighbor = theirs.modeChangeNeighbor;
+    if (theirs.modeChangePeriod > mine.modeChangePeriod)
+        mine.modeChangePeriod = theirs.modeChangePeriod;
+    if (theirs.modeChangeCapability > mine.modeChangeCapability)
+        mine.modeChangeCapability = theirs.modeChangeCapability;
+    if (theirs.maxRed != 0 && static_cast<uint32_t>(theirs.maxRed) < static_cast<uint32_t>(mine.maxRed))
+        mine.maxRed = theirs.maxRed;
+    char fmtp[kFmtpBuffer];
+    uint32_t length = sizeof fmtp;
+    rc = zvSdpPayloadAmrTranslateConfigToFmtp(p, &mine, fmtp, &length);
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGE(kModHelper, "Translate config to Fmtp fail %s", ZV_RC_TEXT(rc));
+        return rc;
+    }
+    rc = zvSdpPayloadAddFmtp(p, fmtp);
+    if (rc != ZVSDP_RC_OK)
+        ZV_LOGE(kModHelper, "Payload add Fmtp fail %s", ZV_RC_TEXT(rc));
+    return rc;
+}
+
+// Carries the common payload's AMR parameters into every payload of its
+// band in the answer's first media. Failures are logged, never returned.
+void matchAmrParamsWithCommonPayload(CSdp *newCaps, CPayload *common)
+{
+    ZvSdpAmrType kind = ZVSDP_AMR_TYPE_NONE;
+    uint32_t rc = zvSdpPayloadAmrGetType(common, &kind);
+    if (rc != ZVSDP_RC_OK || kind == ZVSDP_AMR_TYPE_NONE) {
+        ZV_LOGD(kModHelper, "Not AMR type %s", ZV_RC_TEXT(rc));
+        return;
+    }
+    CMedia *media = nullptr;
+    rc = zvSdpGetFirstMediaDescriptor(newCaps, &media);
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGE(kModHelper, "Get first media fail %s", ZV_RC_TEXT(rc));
+        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+        return;
+    }
+    CPayload *payload = nullptr;
+    rc = zvSdpMediaGetFirstPayload(media, &payload);
+    if (rc != ZVSDP_RC_OK)
+        ZV_LOGE(kModHelper, "Get payload fail %s", ZV_RC_TEXT(rc));
+    while (rc == ZVSDP_RC_OK && payload) {
+        uint32_t equal = 0;
+        rc = zvSdpPayloadComparePayloads(payload, common, &equal);
+        if (rc == ZVSDP_RC_OK && equal)
+            rc = updateAmrParamsWithCommonPayload(payload, common);
+        if (rc != ZVSDP_RC_OK) {
+            ZV_LOGC(kModHelper, "Compare payload fail %s", ZV_RC_TEXT(rc));
+            break;
+        }
+        rc = zvSdpMediaGetNextPayload(media, payload, &payload);
+        if (rc != ZVSDP_RC_OK)
+            ZV_LOGE(kModHelper, "Get payload fail %s", ZV_RC_TEXT(rc));
+    }
+    if (rc != ZVSDP_RC_OK)
+        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+}
+
+// Appends a rejected stream of the remote's type and transport.
+uint32_t appendUnsupported(CSdp *newCaps, ZvSdpMediaType type, ZvSdpTransportProtocol transport)
+{
+    CMedia *media = nullptr;
+    uint32_t rc = zvSdpAddMediaDescriptor(newCaps, type, transport, &media);
+    if (rc == ZVSDP_RC_OK)
+        rc = zvSdpMediaMarkUnsupported(media);
+    return rc;
+}
+
+}  // namespace
+
+extern "C" {
+
+ZVSDP_API uint32_t zvSdpPayloadComparePayloads(CPayload *objHndl, CPayload *objHndl2, uint32_t *equal)
+{
+    ZV_GUARD_INIT_SILENT();
+    if (!objHndl || !objHndl2 || !equal) {
+        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, objHndl2=%p", vp(objHndl), vp(objHndl2));
+        return ZVSDP_RC_INVALID;
+    }
+    // Payloads of one AMR band are one codec, whatever their parameters.
+    ZvSdpAmrType kind1 = ZVSDP_AMR_TYPE_NONE, kind2 = ZVSDP_AMR_TYPE_NONE;
+    if (zvSdpPayloadAmrGetType(objHndl, &kind1) == ZVSDP_RC_OK &&
+        zvSdpPayloadAmrGetType(objHndl2, &kind2) == ZVSDP_RC_OK && kind1 == kind2 && kind1 != ZVSDP_AMR_TYPE_NONE) {
+        *equal = 1;
+        return ZVSDP_RC_OK;
+    }
+    *equal = zvSdpPayloadObjCompare(objHndl, objHndl2) == 0 ? 1 : 0;
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpHelperGetFirstCommonPayload(CMedia *first, CMedia *second, CPayload **outFirst,
+                                                    CPayload **outSecond)
+{
+    if (!first || !second || !outFirst)
+        return ZVSDP_RC_INVALID;
+    *outFirst = nullptr;
+    uint32_t supported1 = 0, supported2 = 0;
+    ZvSdpMediaType type1 = ZVSDP_MT_UNKNOWN, type2 = ZVSDP_MT_UNKNOWN;
+    uint32_t rc = zvSdpMediaIsSupported(first, &supported1);
+    if (rc == ZVSDP_RC_OK)
+        rc = zvSdpMediaIsSupported(second, &supported2);
+    if (rc == ZVSDP_RC_OK)
+        rc = zvSdpMediaGetMediaType(first, &type1);
+    if (rc == ZVSDP_RC_OK)
+        rc = zvSdpMediaGetMediaType(second, &type2);
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
+        return rc;
+    }
+    if (!supported1) {
+        ZV_LOGI(kModHelper, "First media descriptor is marked unsupported");
+        return ZVSDP_RC_OK;
+    }
+    if (!supported2) {
+        ZV_LOGI(kModHelper, "Second media descriptor is marked unsupported");
+        return ZVSDP_RC_OK;
+    }
+    if (type1 != type2) {
+        ZV_LOGI(kModHelper, "Media descriptors have different media types");
+        return ZVSDP_RC_OK;
+    }
+
+    // The first media's order decides; the second's picks the partner.
+    CPayload *p = nullptr;
+    rc = zvSdpMediaGetFirstPayload(first, &p);
+    while (rc == ZVSDP_RC_OK && p) {
+        char name[32];
+        uint32_t length = sizeof name;
+        rc = zvSdpPayloadGetEncodingName(p, name, &length);
+        if (rc != ZVSDP_RC_OK) {
+            ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+            return rc;
+        }
+        // Telephone events are never what a stream is served with.
+        if (strcmp(name, "telephone-event") != 0) {
+            CPayload *q = nullptr;
+            uint32_t inner = zvSdpMediaGetFirstPayload(second, &q);
+            while (inner == ZVSDP_RC_OK && q) {
+                uint32_t equal = 0;
+                inner = zvSdpPayloadComparePayloads(p, q, &equal);
+                if (inner == ZVSDP_RC_OK && equal) {
+                    *outFirst = p;
+                    if (outSecond)
+                        *outSecond = q;
+                    return ZVSDP_RC_OK;
+                }
+                if (inner == ZVSDP_RC_OK)
+                    inner = zvSdpMediaGetNextPayload(second, q, &q);
+            }
+            if (inner != ZVSDP_RC_OK)
+                ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(inner));
+        }
+        rc = zvSdpMediaGetNextPayload(first, p, &p);
+    }
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
+        return rc;
+    }
+    return ZVSDP_RC_OK;
+}
+
+// Note on AMR: RFC 4867 has an answerer return an offered mode-set unchanged
+// or reject the payload. This negotiation intersects the two mode sets and
+// takes the smaller max-red instead, as session border controllers do, so
+// that a stream is served whenever the two sides share a mode.
+ZVSDP_API uint32_t zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities(CSdp *remoteCapabilities,
+                                                                               CSdp *localCapabilities,
+                                                                               CSdp *newCapabilities,
+                                                                               uint32_t markIfNoCommon)
+{
+    if (!remoteCapabilities) {
+        ZV_LOGD(kModHelper, "Invalid parameter detected: remoteCapabilities=%p", vp(remoteCapabilities));
+        return ZVSDP_RC_INVALID;
+    }
+    if (!localCapabilities) {
+        ZV_LOGD(kModHelper, "Invalid parameter detected: localCapabilities=%p", vp(localCapabilities));
+        return ZVSDP_RC_INVALID;
+    }
+    if (!newCapabilities) {
+        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(ZVSDP_RC_OK));
+        return ZVSDP_RC_INVALID;
+    }
+    uint32_t count = 0;
+    uint32_t rc = getNumberOfMediaDescriptors(remoteCapabilities, &count);
+    if (rc != ZVSDP_RC_OK)
+        return rc;
+    if (count == 0) {
+        ZV_LOGD(kModHelper, "At least one media descriptor was expected in the remote capabilities !!!");
+        return ZVSDP_RC_MISSING;
+    }
+    rc = getNumberOfMediaDescriptors(localCapabilities, &count);
+    if (rc != ZVSDP_RC_OK)
+        return rc;
+    if (count == 0) {
+        ZV_LOGD(kModHelper, "At least one media descriptor was expected in the local capabilities !!!");
+        return ZVSDP_RC_MISSING;
+    }
+    if (count > 1) {
+        ZV_LOGD(kModHelper, "Currently this is not supported to  multiple mediaLines for the local capabilities !!!");
+        return ZVSDP_RC_NOT_FOUND;
+    }
+
+    CMedia *local = nullptr;
+    ZvSdpMediaType localType = ZVSDP_MT_UNKNOWN;
+    ZvSdpTransportProtocol localTransport = ZVSDP_TP_UNKNOWN;
+    rc = zvSdpGetFirstMediaDescriptor(localCapabilities, &local);
+    if (rc == ZVSDP_RC_OK)
+        rc = zvSdpMediaGetMediaType(local, &localType);
+    if (rc == ZVSDP_RC_OK)
+        rc = zvSdpMediaGetTransportProtocol(local, &localTransport);
+
+    CMedia *remote = nullptr;
+    if (rc == ZVSDP_RC_OK)
+        rc = zvSdpGetFirstMediaDescriptor(remoteCapabilities, &remote);
+    while (rc == ZVSDP_RC_OK && remote) {
+        ZvSdpMediaType type = ZVSDP_MT_UNKNOWN;
+        ZvSdpTransportProtocol transport = ZVSDP_TP_UNKNOWN;
+        rc = zvSdpMediaGetMediaType(remote, &type);
+        if (rc == ZVSDP_RC_OK)
+            rc = zvSdpMediaGetTransportProtocol(remote, &transport);
+        if (rc != ZVSDP_RC_OK)
+            break;
+        if (type != localType || transport != localTransport) {
+            ZV_LOGD(kModHelper, "MARK UNSUPPORTED because mediatype and/or transport differs (%s %s)",
+                    zvSdpGetMediaTypeString(type), zvSdpGetMediaTypeString(localType));
+            rc = appendUnsupported(newCapabilities, type, transport);
+        } else {
+            CPayload *common = nullptr;
+            rc = zvSdpHelperGetFirstCommonPayload(remote, local, &common, nullptr);
+            if (rc != ZVSDP_RC_OK)
+                break;
+            if (!common && markIfNoCommon) {
+                ZV_LOGD(kModHelper, "MARK UNSUPPORTED because no common payloadType (%s)",
+                        zvSdpGetMediaTypeString(type));
+                rc = appendUnsupported(newCapabilities, type, transport);
+            } else {
+                // Replaces whatever earlier rounds appended: one served
+                // stream answers with the local description.
+                ZV_LOGD(kModHelper, "Copy all capabilites for media type %s", zvSdpGetMediaTypeString(type));
+                rc = zvSdpCopyMediaCapabilities(newCapabilities, localCapabilities);
+                if (rc == ZVSDP_RC_OK && common)
+                    matchAmrParamsWithCommonPayload(newCapabilities, common);
+            }
+        }
+        if (rc == ZVSDP_RC_OK)
+            rc = zvSdpGetNextMediaDescriptor(remoteCapabilities, remote, &remote);
+    }
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+        return rc;
+    }
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpHelperCopyMediaCapabilitiesUnsupported(CSdp *destination, CSdp *source)
+{
+    if (!destination || !source) {
+        ZV_LOGD(kModHelper, "Invalid parameter detected: destination=%p, source=%p", vp(destination), vp(source));
+        return ZVSDP_RC_INVALID;
+    }
+    ZV_GUARD_INIT_SILENT();
+    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(destination));
+    zvSdpObjDeepCopy(destination, source);
+    CMedia *media = nullptr;
+    uint32_t rc = zvSdpGetFirstMediaDescriptor(destination, &media);
+    while (rc == ZVSDP_RC_OK && media) {
+        CPayload *payload = nullptr;
+        rc = zvSdpMediaGetFirstPayload(media, &payload);
+        while (rc == ZVSDP_RC_OK && payload) {
+            rc = zvSdpMediaRemovePayload(media, &payload);
+            if (rc == ZVSDP_RC_OK)
+                rc = zvSdpMediaGetFirstPayload(media, &payload);
+        }
+        if (rc == ZVSDP_RC_OK)
+            rc = zvSdpMediaMarkUnsupported(media);
+        if (rc == ZVSDP_RC_OK)
+            rc = zvSdpGetNextMediaDescriptor(destination, media, &media);
+    }
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+        return rc;
+    }
+    return ZVSDP_RC_OK;
+}
+
+}  // extern "C"

@@ -1,0 +1,134 @@
+// RFC 2833 telephone events must run at the clock of a voice codec of the
+// same media: events at a rate no codec uses are removed.
+#include <stdio.h>
+#include <string.h>
+
+#include "guard.h"
+
+using namespace zv;
+
+namespace {
+
+// Removes `payload` from `media`: 1, or 0 when it cannot be done.
+int removePayloadFromSdpMedia(CMedia *media, CPayload *payload)
+{
+    uint32_t number = 0;
+    uint32_t rc = zvSdpPayloadGetPayloadType(payload, &number);
+    if (rc == ZVSDP_RC_OK) {
+        ZV_LOGD(kModHelper, "remove payloadType(%d)", static_cast<int>(number));
+        rc = zvSdpMediaRemovePayload(media, &payload);
+    }
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
+        return 0;
+    }
+    return 1;
+}
+
+// 1 when the media holds a payload at `rate` that is a telephone event
+// (wantEvents) or anything else (!wantEvents); the first one found is
+// removed when asked.
+int zvSdpMediaHandleTelephoneEventForClockRate(CMedia *media, uint32_t rate, bool wantEvents, bool remove)
+{
+    ZV_LOGD(kModHelper, "clockRate(%d)", static_cast<int>(rate));
+    CPayload *payload = nullptr;
+    uint32_t rc = zvSdpMediaGetFirstPayload(media, &payload);
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
+        return 0;
+    }
+    while (payload) {
+        char name[100];
+        uint32_t length = sizeof name;
+        rc = zvSdpPayloadGetEncodingName(payload, name, &length);
+        if (rc != ZVSDP_RC_OK)
+            break;
+        bool isEvent = strcmp(name, "telephone-event") == 0;
+        if (isEvent == wantEvents) {
+            uint32_t clock = 0;
+            rc = zvSdpPayloadGetClock(payload, &clock);
+            if (rc != ZVSDP_RC_OK)
+                break;
+            if (clock == rate)
+                return remove ? removePayloadFromSdpMedia(media, payload) : 1;
+        }
+        rc = zvSdpMediaGetNextPayload(media, payload, &payload);
+        if (rc != ZVSDP_RC_OK)
+            break;
+    }
+    if (rc != ZVSDP_RC_OK)
+        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
+    ZV_LOGD(kModHelper, "clockRate(%d) is not needed", static_cast<int>(rate));
+    return 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+ZVSDP_API uint32_t zvSdpMediaDumpAllPayloads(CMedia *mediaObj)
+{
+    // Written at HelperAPI level 3 only: at 4 and above the one-line session
+    // dumps say it all.
+    if (!mediaObj || g_traceLevel[kModHelper] >= 4)
+        return ZVSDP_RC_OK;
+    char text[256] = "payloads:";
+    CPayload *payload = nullptr;
+    uint32_t rc = zvSdpMediaGetFirstPayload(mediaObj, &payload);
+    while (rc == ZVSDP_RC_OK && payload) {
+        uint32_t number = 0;
+        rc = zvSdpPayloadGetPayloadType(payload, &number);
+        if (rc != ZVSDP_RC_OK)
+            break;
+        char piece[10];
+        snprintf(piece, sizeof piece, " %d", static_cast<int>(number));
+        size_t used = strlen(text);
+        if (used < sizeof text - 1)
+            strncat(text, piece, sizeof text - 1 - used);
+        rc = zvSdpMediaGetNextPayload(mediaObj, payload, &payload);
+    }
+    if (rc != ZVSDP_RC_OK)
+        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+    ZV_LOGD(kModHelper, "%s", text);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpMediaCorrectForRfc2833DtmfClockRate(CMedia *mediaObj)
+{
+    zvSdpMediaDumpAllPayloads(mediaObj);
+    int codec8k = zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 8000, false, false);
+    int codec16k = zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 16000, false, false);
+    int event8k = zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 8000, true, false);
+    int event16k = zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 16000, true, false);
+    if (event8k && !codec8k) {
+        ZV_LOGD(kModHelper, "Removing Telephone event %d", 8000);
+        zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 8000, true, true);
+    }
+    if (event16k && !codec16k) {
+        ZV_LOGD(kModHelper, "Removing Telephone event %d", 16000);
+        zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 16000, true, true);
+    }
+    zvSdpMediaDumpAllPayloads(mediaObj);
+    return ZVSDP_RC_OK;
+}
+
+ZVSDP_API uint32_t zvSdpFilterTelephoneEventsForAdvertisedCodecs(CSdp *sdp)
+{
+    if (!sdp)
+        return ZVSDP_RC_INVALID;
+    zvSdpHelperLogSdp(sdp, __func__);
+    CMedia *media = nullptr;
+    uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &media);
+    while (rc == ZVSDP_RC_OK && media) {
+        rc = zvSdpMediaCorrectForRfc2833DtmfClockRate(media);
+        if (rc == ZVSDP_RC_OK)
+            rc = zvSdpGetNextMediaDescriptor(sdp, media, &media);
+    }
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
+        return rc;
+    }
+    return ZVSDP_RC_OK;
+}
+
+}  // extern "C"
