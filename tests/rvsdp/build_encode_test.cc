@@ -60,57 +60,6 @@ TEST(RvSdpBuild, MirrorOfASessionEncodesInRfcOrder) {
     EXPECT_EQ(rvSdpAttributeGetValue(rvSdpMediaDescrGetAttribute(audio, 2)), nullptr);
 }
 
-TEST(RvSdpBuild, WholeMessageEncodesEveryLineType) {
-    Built b;
-    RvSdpMsg *m = &b.msg;
-    // Added out of RFC order on purpose.
-    RvSdpSessionTime *t = rvSdpMsgAddSessionTime(m, 3034423619ull, 3042462419ull);
-    EXPECT_NE(rvSdpMsgAddRepeat(m, t, "604800 3600 0 90000"), nullptr);
-    EXPECT_NE(rvSdpMsgAddAttr(m, "recvonly", nullptr), nullptr);
-    EXPECT_EQ(rvSdpMsgSetOrigin(m, "-", "1", "2", "IN", "IP4", "192.0.2.1"), RVSDP_OK);
-    EXPECT_EQ(rvSdpMsgSetVersion(m, "0"), RVSDP_OK);
-    EXPECT_EQ(rvSdpMsgSetSessionName(m, "call"), RVSDP_OK);
-    EXPECT_EQ(rvSdpMsgSetSessionInformation(m, "info"), RVSDP_OK);
-    EXPECT_EQ(rvSdpMsgSetUri(m, "http://x"), RVSDP_OK);
-    EXPECT_NE(rvSdpMsgAddEmail(m, "a@b"), nullptr);
-    EXPECT_NE(rvSdpMsgAddPhone(m, "+1 555"), nullptr);
-    EXPECT_NE(rvSdpMsgAddConnection(m, "IN", "IP4", "192.0.2.1"), nullptr);
-    EXPECT_NE(rvSdpMsgAddBandwidth(m, "AS", 64), nullptr);
-    EXPECT_EQ(rvSdpMsgSetTimeZone(m, "0 -1h"), RVSDP_OK);
-    EXPECT_EQ(rvSdpMsgSetKey(m, "prompt"), RVSDP_OK);
-    RvSdpMediaDescr *d = rvSdpMsgAddMediaDescrTxt(m, "audio", 5004, "RTP/SAVP");
-    EXPECT_EQ(rvSdpMediaDescrSetNumOfPorts(d, 2), RVSDP_OK);
-    EXPECT_NE(rvSdpMediaDescrAddAttr(d, "ptime", "20"), nullptr);
-    EXPECT_NE(rvSdpMediaDescrAddBandwidth(d, "TIAS", 64000), nullptr);
-    EXPECT_NE(rvSdpMediaDescrAddConnection(d, "IN", "IP6", "::1"), nullptr);
-    EXPECT_EQ(rvSdpMediaDescrSetKey(d, "base64:AAAA"), RVSDP_OK);
-    EXPECT_EQ(rvSdpMediaDescrSetInformation(d, "voice"), RVSDP_OK);
-    EXPECT_EQ(rvSdpMediaDescrAddPayloadNumber(d, 8), RVSDP_OK);
-
-    EXPECT_EQ(encode(m),
-              "v=0\r\n"
-              "o=- 1 2 IN IP4 192.0.2.1\r\n"
-              "s=call\r\n"
-              "i=info\r\n"
-              "u=http://x\r\n"
-              "e=a@b\r\n"
-              "p=+1 555\r\n"
-              "c=IN IP4 192.0.2.1\r\n"
-              "b=AS:64\r\n"
-              "t=3034423619 3042462419\r\n"
-              "r=604800 3600 0 90000\r\n"
-              "z=0 -1h\r\n"
-              "k=prompt\r\n"
-              "a=recvonly\r\n"
-              "m=audio 5004/2 RTP/SAVP 8\r\n"
-              "i=voice\r\n"
-              "c=IN IP6 ::1\r\n"
-              "b=TIAS:64000\r\n"
-              "k=base64:AAAA\r\n"
-              "a=ptime:20\r\n");
-    EXPECT_EQ(rvSdpSessionTimeGetStart(t), 3034423619ull);
-}
-
 TEST(RvSdpBuild, BuildersRefuseWhatWouldNotParseBack) {
     Built b;
     RvSdpMsg *m = &b.msg;
