@@ -6,8 +6,8 @@ namespace zv {
 
 namespace {
 // strerror_r comes in a POSIX (int) and a GNU (char *) flavour.
-inline const char *errorText(int rc, const char *buf) { return rc == 0 ? buf : "unknown error"; }
-inline const char *errorText(const char *text, const char *) { return text; }
+[[maybe_unused]] inline const char *errorText(int rc, const char *buf) { return rc == 0 ? buf : "unknown error"; }
+[[maybe_unused]] inline const char *errorText(const char *text, const char *) { return text; }
 }  // namespace
 
 uint32_t g_apiInitialised;
