@@ -6,7 +6,6 @@
 
 namespace {
 
-constexpr uint32_t kMagic = 0x4d454d4du;  // "MEMM"
 constexpr uint32_t kGrowMin = 16;
 // Blocks of all pools together. Pools grow by half their size, so even a pool
 // grown from 16 to millions of records holds only a few dozen blocks.
@@ -15,14 +14,17 @@ constexpr uint32_t kMaxBlocks = 4096;
 enum SlotState : uint16_t { kFree = 0, kLive = 1, kReleasing = 2 };
 
 // Sits in front of every record; 8 bytes, so records keep 8-byte alignment.
+// `state` changes with __atomic operations only: a free claims its record
+// with one compare-and-swap before it takes any lock.
 struct Header {
-    uint32_t magic;
+    uint32_t ordinal;  // the slot's position within its pool
     uint16_t pool;
     uint16_t state;
 };
 static_assert(sizeof(Header) == 8, "record header must keep records 8-byte aligned");
 
-// Everything but `next` is fixed before the block is published.
+// Everything but `next` is fixed before the block is published; `next` and
+// a pool's `blocks` are written once, with __atomic stores.
 struct Block {
     Block *next;
     uint8_t *slots;
@@ -53,11 +55,16 @@ struct Pool {
 Pool g_pools[MEMM_MAX_POOLS];
 pthread_mutex_t g_tableLock = PTHREAD_MUTEX_INITIALIZER;
 
-// Every block ever made, so that any pointer can be placed without touching
-// memory that may not be ours. Appended under g_tableLock; entries below
-// g_blockCount never change and are read without a lock.
+// Every block ever made, sorted by address, so that any pointer can be
+// placed by a binary search without touching memory that may not be ours.
+// Changed under g_tableLock; readers take no lock but check g_dirVersion
+// (odd while an insertion is under way) before and after their search and
+// fall back to the lock when it moved. Blocks are never freed, so an entry
+// read during an insertion still points at a block. Every access to the
+// entries, the count and the version is __atomic.
 Block *g_blockDir[kMaxBlocks];
-uint32_t g_blockCount;  // __atomic only
+uint32_t g_blockCount;
+uint32_t g_dirVersion;
 
 inline Header *headerOf(const void *record)
 {
@@ -76,6 +83,31 @@ Pool *poolAt(int handle)
     return &g_pools[handle];
 }
 
+inline uint16_t stateOf(const Header *h)
+{
+    return __atomic_load_n(&h->state, __ATOMIC_ACQUIRE);
+}
+
+inline void setState(Header *h, uint16_t state)
+{
+    __atomic_store_n(&h->state, state, __ATOMIC_RELEASE);
+}
+
+// The last block whose slots begin at or below `slot`, or NULL.
+const Block *searchDirectory(uintptr_t slot)
+{
+    uint32_t low = 0, high = __atomic_load_n(&g_blockCount, __ATOMIC_ACQUIRE);
+    while (low < high) {
+        uint32_t mid = low + (high - low) / 2;
+        const Block *b = __atomic_load_n(&g_blockDir[mid], __ATOMIC_ACQUIRE);
+        if (reinterpret_cast<uintptr_t>(b->slots) <= slot)
+            low = mid + 1;
+        else
+            high = mid;
+    }
+    return low ? __atomic_load_n(&g_blockDir[low - 1], __ATOMIC_ACQUIRE) : nullptr;
+}
+
 // The block that holds `record` exactly at a record position, or NULL. Reads
 // only the directory, never the memory around `record`.
 const Block *blockOf(const void *record, uint32_t *index)
@@ -86,20 +118,74 @@ const Block *blockOf(const void *record, uint32_t *index)
     if (p < sizeof(Header))
         return nullptr;
     uintptr_t slot = p - sizeof(Header);
-    uint32_t n = __atomic_load_n(&g_blockCount, __ATOMIC_ACQUIRE);
-    for (uint32_t i = 0; i < n; ++i) {
-        const Block *b = g_blockDir[i];
+    uint32_t version = __atomic_load_n(&g_dirVersion, __ATOMIC_ACQUIRE);
+    const Block *b = nullptr;
+    if (version & 1u) {
+        pthread_mutex_lock(&g_tableLock);
+        b = searchDirectory(slot);
+        pthread_mutex_unlock(&g_tableLock);
+    } else {
+        b = searchDirectory(slot);
+        // The entry loads above are acquire loads, so this one follows them.
+        if (__atomic_load_n(&g_dirVersion, __ATOMIC_RELAXED) != version) {
+            pthread_mutex_lock(&g_tableLock);
+            b = searchDirectory(slot);
+            pthread_mutex_unlock(&g_tableLock);
+        }
+    }
+    if (!b)
+        return nullptr;
+    uintptr_t begin = reinterpret_cast<uintptr_t>(b->slots);
+    if (slot - begin >= static_cast<uintptr_t>(b->count) * b->slot)
+        return nullptr;
+    uintptr_t offset = slot - begin;
+    if (offset % b->slot != 0)
+        return nullptr;
+    if (index)
+        *index = static_cast<uint32_t>(offset / b->slot);
+    return b;
+}
+
+// The block of `pool` that holds `record` exactly at a record position, or
+// NULL. A pool has few blocks, so asking one pool is cheaper than placing
+// the pointer among all of them. The chain only grows, and its links are
+// __atomic, so no lock is needed.
+const Block *blockOfPool(const Pool *pool, const void *record)
+{
+    uintptr_t p = reinterpret_cast<uintptr_t>(record);
+    if (p < sizeof(Header))
+        return nullptr;
+    uintptr_t slot = p - sizeof(Header);
+    for (const Block *b = __atomic_load_n(&pool->blocks, __ATOMIC_ACQUIRE); b;
+         b = __atomic_load_n(&b->next, __ATOMIC_ACQUIRE)) {
         uintptr_t begin = reinterpret_cast<uintptr_t>(b->slots);
         if (slot < begin || slot - begin >= static_cast<uintptr_t>(b->count) * b->slot)
             continue;
-        uintptr_t offset = slot - begin;
-        if (offset % b->slot != 0)
-            return nullptr;
-        if (index)
-            *index = static_cast<uint32_t>(offset / b->slot);
-        return b;
+        return (slot - begin) % b->slot == 0 ? b : nullptr;
     }
     return nullptr;
+}
+
+// Inserts `b` into the directory in address order; g_tableLock is held.
+bool publishBlock(Block *b)
+{
+    uint32_t n = __atomic_load_n(&g_blockCount, __ATOMIC_RELAXED);
+    if (n >= kMaxBlocks)
+        return false;
+    uint32_t version = __atomic_load_n(&g_dirVersion, __ATOMIC_RELAXED);
+    __atomic_store_n(&g_dirVersion, version + 1, __ATOMIC_RELAXED);
+    // Release stores: a reader that sees any of them sees the odd version.
+    uint32_t i = n;
+    for (; i > 0; --i) {
+        Block *before = __atomic_load_n(&g_blockDir[i - 1], __ATOMIC_RELAXED);
+        if (before->slots < b->slots)
+            break;
+        __atomic_store_n(&g_blockDir[i], before, __ATOMIC_RELEASE);
+    }
+    __atomic_store_n(&g_blockDir[i], b, __ATOMIC_RELEASE);
+    __atomic_store_n(&g_blockCount, n + 1, __ATOMIC_RELEASE);
+    __atomic_store_n(&g_dirVersion, version + 2, __ATOMIC_RELEASE);
+    return true;
 }
 
 // Adds a block of `count` free slots; called with the pool lock held (or
@@ -122,13 +208,18 @@ bool addBlock(Pool *pool, int handle, uint32_t count)
     b->ordinalBase = pool->capacity;
     b->pool = handle;
 
-    pthread_mutex_lock(&g_tableLock);
-    uint32_t n = __atomic_load_n(&g_blockCount, __ATOMIC_RELAXED);
-    bool room = n < kMaxBlocks;
-    if (room) {
-        g_blockDir[n] = b;
-        __atomic_store_n(&g_blockCount, n + 1, __ATOMIC_RELEASE);
+    // The slots are threaded before the block is published: from then on a
+    // lock-free memm_free may look at their headers.
+    for (uint32_t i = count; i-- > 0;) {
+        uint8_t *slot = b->slots + static_cast<size_t>(i) * pool->slot;
+        Header *h = reinterpret_cast<Header *>(slot);
+        h->ordinal = b->ordinalBase + i;
+        h->pool = static_cast<uint16_t>(handle);
+        h->state = kFree;
+        *static_cast<void **>(recordOf(slot)) = i + 1 < count ? recordOf(slot + pool->slot) : pool->freeList;
     }
+    pthread_mutex_lock(&g_tableLock);
+    bool room = publishBlock(b);
     pthread_mutex_unlock(&g_tableLock);
     if (!room) {
         free(b->slots);
@@ -136,20 +227,12 @@ bool addBlock(Pool *pool, int handle, uint32_t count)
         return false;
     }
 
-    // Thread the free list so that the lowest addresses are handed out first.
-    for (uint32_t i = count; i-- > 0;) {
-        uint8_t *slot = b->slots + static_cast<size_t>(i) * pool->slot;
-        Header *h = reinterpret_cast<Header *>(slot);
-        h->magic = kMagic;
-        h->pool = static_cast<uint16_t>(handle);
-        h->state = kFree;
-        *static_cast<void **>(recordOf(slot)) = pool->freeList;
-        pool->freeList = recordOf(slot);
-    }
+    // The lowest addresses are handed out first.
+    pool->freeList = recordOf(b->slots);
     if (pool->lastBlock)
-        pool->lastBlock->next = b;
+        __atomic_store_n(&pool->lastBlock->next, b, __ATOMIC_RELEASE);
     else
-        pool->blocks = b;
+        __atomic_store_n(&pool->blocks, b, __ATOMIC_RELEASE);
     pool->lastBlock = b;
     pool->capacity += count;
     return true;
@@ -231,12 +314,11 @@ __attribute__((visibility("default"))) void *memm_alloc(int handle)
     }
     void *record = pool->freeList;
     pool->freeList = *static_cast<void **>(record);
-    headerOf(record)->state = kLive;
+    Header *h = headerOf(record);
+    setState(h, kLive);
     pool->inUse++;
-    uint32_t index = 0;
-    const Block *b = blockOf(record, &index);
-    if (b && b->ordinalBase + index < pool->firstLiveHint)
-        pool->firstLiveHint = b->ordinalBase + index;
+    if (h->ordinal < pool->firstLiveHint)
+        pool->firstLiveHint = h->ordinal;
     pthread_mutex_unlock(&pool->lock);
     memset(record, 0, pool->size);
     return record;
@@ -251,22 +333,19 @@ __attribute__((visibility("default"))) void memm_free(void *record)
     if (!pool)
         return;
     Header *h = headerOf(record);
-    pthread_mutex_lock(&pool->lock);
-    if (h->state != kLive) {
-        pthread_mutex_unlock(&pool->lock);
+    // Only one free of a live record wins this; the hook may then free
+    // anything, this pool's records included.
+    uint16_t expected = kLive;
+    if (!__atomic_compare_exchange_n(&h->state, &expected, static_cast<uint16_t>(kReleasing), false,
+                                     __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE))
         return;
-    }
-    // From here on no other free of this record gets past the test above, so
-    // the hook may free anything, this pool's records included.
-    h->state = kReleasing;
-    pthread_mutex_unlock(&pool->lock);
 
     if (pool->hook)
         pool->hook(record, memm_free);
 
     memset(record, 0, pool->size);
     pthread_mutex_lock(&pool->lock);
-    h->state = kFree;
+    setState(h, kFree);
     *static_cast<void **>(record) = pool->freeList;
     pool->freeList = record;
     pool->inUse--;
@@ -287,7 +366,7 @@ __attribute__((visibility("default"))) void *memm_getfirst(int handle)
             uint32_t i = pool->firstLiveHint > b->ordinalBase ? pool->firstLiveHint - b->ordinalBase : 0;
             for (; i < b->count; ++i) {
                 uint8_t *slot = b->slots + static_cast<size_t>(i) * pool->slot;
-                if (reinterpret_cast<Header *>(slot)->state == kLive) {
+                if (stateOf(reinterpret_cast<Header *>(slot)) == kLive) {
                     found = recordOf(slot);
                     pool->firstLiveHint = b->ordinalBase + i;
                     break;
@@ -321,19 +400,18 @@ __attribute__((visibility("default"))) int memm_get_stats(int handle, uint32_t *
 __attribute__((visibility("default"))) int memm_isvalidobjfrompool(int handle, const void *record)
 {
     Pool *pool = poolAt(handle);
-    const Block *b = blockOf(record, nullptr);
-    if (!pool || !b || b->pool != handle)
+    const Block *b = pool ? blockOfPool(pool, record) : nullptr;
+    if (!b)
         return 0;
-    pthread_mutex_lock(&pool->lock);
-    int valid = headerOf(record)->state == kLive;
-    pthread_mutex_unlock(&pool->lock);
-    return valid;
+    // The answer is as old as the load, as it would be under the lock once
+    // the lock is given back.
+    return stateOf(headerOf(record)) == kLive;
 }
 
 __attribute__((visibility("default"))) int memm_instanceof(int handle, const void *record)
 {
-    const Block *b = blockOf(record, nullptr);
-    return poolAt(handle) && b && b->pool == handle;
+    Pool *pool = poolAt(handle);
+    return pool && blockOfPool(pool, record) != nullptr;
 }
 
 __attribute__((visibility("default"))) const char *memm_poolname(int handle)
