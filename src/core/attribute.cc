@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "objects.h"
+#include "text_sink.h"
 
 namespace zv {
 ClassModule g_attrModule = {kModAttr, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
@@ -163,12 +164,18 @@ ZVSDP_API char *zvSdpAttrObjToString(CAttribute *objHndl, char *buffer, uint32_t
         return buffer;
     char *name = dynstr_strdup(objHndl->name);
     char *value = dynstr_strdup(objHndl->value);
-    buffer[0] = '\0';
-    if (objHndl->value && name && value)
-        snprintf(buffer, *length, "a=%s:%s", name, value);
-    else if (name)
-        snprintf(buffer, *length, "a=%s", name);
-    *length = static_cast<uint32_t>(strlen(buffer));
+    // What snprintf of "a=%s:%s" or "a=%s" would write, cut alike, at a
+    // fraction of its cost.
+    TextSink out(buffer, *length);
+    if (name) {
+        out.append("a=", 2);
+        out.append(name);
+        if (objHndl->value && value) {
+            out.append(":", 1);
+            out.append(value);
+        }
+    }
+    *length = out.length();
     dynstr_strfree(name);
     dynstr_strfree(value);
     return buffer;

@@ -281,11 +281,19 @@ ZVSDP_API char *zvSdpMediaObjToString(CMedia *objHndl, char *buffer, uint32_t *l
     // The m-line, then every rtpmap line, then every fmtp line, each group in
     // payload order: three passes over the payloads write it straight into
     // the caller's buffer.
-    out.appendf("m=%s %d %s", mediaTypeWord(objHndl->mediaType), static_cast<int>(objHndl->port),
-                transportWord(objHndl->transport));
+    // Piece by piece rather than through printf: this runs several times
+    // per call the gateway answers, and the text is the same.
+    out.append("m=", 2);
+    out.append(mediaTypeWord(objHndl->mediaType));
+    out.append(" ", 1);
+    out.appendInt(static_cast<int>(objHndl->port));
+    out.append(" ", 1);
+    out.append(transportWord(objHndl->transport));
     llist_t payloads = objHndl->payloads;
-    for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p))
-        out.appendf(" %d", static_cast<int>(zvSdpPayloadObjGetPayloadType(static_cast<CPayload *>(p))));
+    for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
+        out.append(" ", 1);
+        out.appendInt(static_cast<int>(zvSdpPayloadObjGetPayloadType(static_cast<CPayload *>(p))));
+    }
     out.append("\n", 1);
     dynstr_t rtpmap = nullptr;
     for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
@@ -294,15 +302,23 @@ ZVSDP_API char *zvSdpMediaObjToString(CMedia *objHndl, char *buffer, uint32_t *l
             continue;
         if (!rtpmap)
             rtpmap = dynstr_fromstr(M.dynstrPool, "");
-        if (zvSdpPayloadObjCreateRtpmap(payload, rtpmap))
-            out.appendf("a=rtpmap:%s\n", dynstr_cstr(rtpmap));
+        if (zvSdpPayloadObjCreateRtpmap(payload, rtpmap)) {
+            out.append("a=rtpmap:", 9);
+            out.append(dynstr_cstr(rtpmap));
+            out.append("\n", 1);
+        }
     }
     dynstr_release(rtpmap);
     for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
         CPayload *payload = static_cast<CPayload *>(p);
         dynstr_t fmtp = zvSdpPayloadObjGetFmtp(payload);
-        if (fmtp)
-            out.appendf("a=fmtp:%d %s\n", static_cast<int>(zvSdpPayloadObjGetPayloadType(payload)), dynstr_cstr(fmtp));
+        if (fmtp) {
+            out.append("a=fmtp:", 7);
+            out.appendInt(static_cast<int>(zvSdpPayloadObjGetPayloadType(payload)));
+            out.append(" ", 1);
+            out.append(dynstr_cstr(fmtp));
+            out.append("\n", 1);
+        }
     }
     for (void *a = llist_getnext(objHndl->attributes, nullptr); a; a = llist_getnext(objHndl->attributes, a)) {
         char line[kAttrLine];

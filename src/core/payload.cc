@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include "objects.h"
+#include "text_sink.h"
 
 namespace zv {
 ClassModule g_payloadModule = {kModPayload, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
@@ -219,7 +220,23 @@ ZVSDP_API struct dynstr_s *zvSdpPayloadObjCreateRtpmap(CPayload *objHndl, struct
     char *name = dynstr_strdup(objHndl->name);
     if (!name)
         return out;
-    if (objHndl->channels < 2)
+    // Every printed rtpmap line comes through here: an ordinary line is put
+    // together on the stack and assigned in one go; only a name too long
+    // for that goes through the formatter.
+    char line[128];
+    TextSink text(line, sizeof line);
+    text.appendInt(static_cast<int>(objHndl->payloadType));
+    text.append(" ", 1);
+    text.append(name);
+    text.append("/", 1);
+    text.appendInt(static_cast<int>(objHndl->clockRate));
+    if (objHndl->channels >= 2) {
+        text.append("/", 1);
+        text.appendInt(static_cast<int>(objHndl->channels));
+    }
+    if (text.length() < sizeof line - 1)
+        dynstr_assign(out, line);
+    else if (objHndl->channels < 2)
         dynstr_printf(out, "%d %s/%d", static_cast<int>(objHndl->payloadType), name,
                       static_cast<int>(objHndl->clockRate));
     else

@@ -43,6 +43,23 @@ public:
             len_ += static_cast<size_t>(n) < size_ - len_ ? static_cast<size_t>(n) : size_ - 1 - len_;
     }
 
+    // "%d" of value, without the cost of a printf call.
+    void appendInt(int value)
+    {
+        char digits[12];
+        char *end = digits + sizeof digits;
+        char *p = end;
+        // Unsigned arithmetic, so that INT_MIN needs no special case.
+        unsigned magnitude = value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value);
+        do {
+            *--p = static_cast<char>('0' + magnitude % 10u);
+            magnitude /= 10u;
+        } while (magnitude);
+        if (value < 0)
+            *--p = '-';
+        append(p, static_cast<size_t>(end - p));
+    }
+
     uint32_t length() const { return static_cast<uint32_t>(len_); }
 
 private:
