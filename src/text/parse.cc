@@ -1,5 +1,7 @@
 // SDP text and the SDP stack's messages into the object model.
+#include <ctype.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <strings.h>
 
@@ -69,6 +71,31 @@ const char *attributeValue(const RvSdpAttribute *attribute)
     return orEmpty(rvSdpAttributeGetValue(attribute));
 }
 
+// sscanf(text, "%u", out) == 1, which this replaces on the parse path:
+// blanks, then a number as strtoul reads it (sign and wrap included),
+// stored as unsigned int. Short plain numbers skip strtoul.
+bool scanUnsigned(const char *text, unsigned *out)
+{
+    const char *p = text;
+    while (isspace(static_cast<unsigned char>(*p)))
+        ++p;
+    unsigned value = 0;
+    int digits = 0;
+    for (; digits < 9 && *p >= '0' && *p <= '9'; ++digits, ++p)
+        value = value * 10u + static_cast<unsigned>(*p - '0');
+    if (digits > 0 && !(*p >= '0' && *p <= '9')) {
+        *out = value;
+        return true;
+    }
+    p -= digits;
+    char *end = nullptr;
+    unsigned long wide = strtoul(p, &end, 10);
+    if (end == p)
+        return false;
+    *out = static_cast<unsigned>(wide);
+    return true;
+}
+
 bool isPayloadLine(const char *name)
 {
     return strcmp(name, "rtpmap") == 0 || strcmp(name, "fmtp") == 0;
@@ -109,7 +136,7 @@ CPayload *addPayload(CMedia *media, const RvSdpMediaDescr *descr, int payloadNum
             continue;
         const char *text = attributeValue(fmtp);
         unsigned number = 0;
-        if (sscanf(text, "%u", &number) != 1 || number != static_cast<unsigned>(payloadNumber))
+        if (!scanUnsigned(text, &number) || number != static_cast<unsigned>(payloadNumber))
             continue;
         char parameters[kFmtpLimit + 1] = {0};
         if (const char *blank = strchr(text, ' '))
