@@ -21,6 +21,10 @@ ZVSDP_API void zvSdpHelperLogSdp(CSdp *sdp, const char *title)
         ZV_LOGI(kModHelper, "NONE");
         return;
     }
+    // The session is printed only for the line below; printing has no
+    // other effect, so it is skipped when the line would not be written.
+    if (g_traceLevel[kModHelper] < 4)
+        return;
     char text[1024];
     uint32_t length = sizeof text;
     if (zvSdpToString(sdp, text, &length) != ZVSDP_RC_OK)

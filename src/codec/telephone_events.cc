@@ -72,6 +72,10 @@ ZVSDP_API uint32_t zvSdpMediaDumpAllPayloads(CMedia *mediaObj)
     // dumps say it all.
     if (!mediaObj || g_traceLevel[kModHelper] >= 4)
         return ZVSDP_RC_OK;
+    // Below level 3 the walk would write nothing (an initialised library's
+    // walk calls log nothing on success), so it is not made.
+    if (g_traceLevel[kModHelper] < 3 && g_apiInitialised)
+        return ZVSDP_RC_OK;
     char text[256] = "payloads:";
     CPayload *payload = nullptr;
     uint32_t rc = zvSdpMediaGetFirstPayload(mediaObj, &payload);
