@@ -1,0 +1,50 @@
+// Shared by the host-side fuzz targets: one library start per process, an
+// abort that the fuzzer reports as a crash, and the leak check after each
+// input (every object, string and list record back in its pool).
+#pragma once
+
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "memm.h"
+#include "zvsdp.h"
+
+#define FUZZ_CHECK(cond)                                                         \
+    do {                                                                         \
+        if (!(cond)) {                                                           \
+            fprintf(stderr, "check failed: %s (line %d)\n", #cond, __LINE__);    \
+            abort();                                                             \
+        }                                                                        \
+    } while (0)
+
+namespace fuzzsupport {
+
+// Pool size unit of the gateway's smallest configuration that still holds
+// a few media: large offers must run into the pools too.
+constexpr uint32_t kPoolUnit = 4;
+
+inline void startOnce()
+{
+    static bool started = false;
+    if (!started) {
+        FUZZ_CHECK(zvSdpAppInit(kPoolUnit) == ZVSDP_RC_OK);
+        started = true;
+    }
+}
+
+// Records in use over every pool of the process. The SDP stack keeps none
+// between calls, so after an input this is what the library leaked.
+inline uint32_t recordsInUse()
+{
+    uint32_t total = 0;
+    for (int pool = 0; pool < MEMM_MAX_POOLS; ++pool) {
+        uint32_t inUse = 0;
+        if (memm_get_stats(pool, &inUse, nullptr, nullptr) == 0)
+            total += inUse;
+    }
+    return total;
+}
+
+}  // namespace fuzzsupport
