@@ -301,7 +301,6 @@ ZVSDP_API uint32_t zvSdpHelperCopyMediaCapabilitiesUnsupported(CSdp *destination
         ZV_LOGD(kModHelper, "Invalid parameter detected: destination=%p, source=%p", vp(destination), vp(source));
         return ZVSDP_RC_INVALID;
     }
-    ZV_GUARD_INIT_SILENT();
     ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(destination));
     zvSdpObjDeepCopy(destination, source);
     CMedia *media = nullptr;
