@@ -17,8 +17,9 @@ function(zvsdp_runtime_library target)
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
   target_compile_options(${target} PRIVATE
-    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
-  target_link_options(${target} PRIVATE -Wl,--as-needed)
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+    -ffunction-sections -fdata-sections)
+  target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,--gc-sections)
   # clang leaves the sanitizer runtime to the executable, so its sanitized
   # libraries have undefined references by design.
   if(NOT (ZVSDP_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
