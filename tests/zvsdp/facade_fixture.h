@@ -1,0 +1,138 @@
+// A started library with one empty session, and the helpers the tests of the
+// checked media, attribute, payload and media-list operations share: the
+// expected log lines, canary buffers and the state of a media in one string.
+#pragma once
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "object_fixture.h"
+
+namespace zvtest {
+
+inline std::string ptrText(const void *p)
+{
+    char buf[32];
+    snprintf(buf, sizeof buf, "%p", p);
+    return buf;
+}
+
+// One "[ZVSDP::API]" line as logEntries() shows it.
+inline std::string apiLine(char letter, const std::string &function, const std::string &text)
+{
+    return std::string("[ZVSDP::API]    |") + letter + "|" + function + "|" + text;
+}
+
+// A buffer with guard bytes behind the size handed to the library.
+struct Canary {
+    static constexpr char kFill = '\x5a';
+    explicit Canary(size_t size) : bytes(size + 16, kFill) {}
+    char *data() { return bytes.data(); }
+    // True when no byte from `limit` on was written.
+    bool untouchedFrom(size_t limit) const
+    {
+        for (size_t i = limit; i < bytes.size(); ++i)
+            if (bytes[i] != kFill)
+                return false;
+        return true;
+    }
+    std::string text() const { return std::string(bytes.data(), strnlen(bytes.data(), bytes.size())); }
+    std::vector<char> bytes;
+};
+
+// "PCMU/8000/1:0 ..." for each payload (name/clock/channels:type) in order.
+inline std::string payloadList(CMedia *m)
+{
+    std::string out;
+    for (CPayload *p = zvSdpMediaObjGetPayload(m, nullptr); p; p = zvSdpMediaObjGetPayload(m, p)) {
+        if (!out.empty())
+            out += " ";
+        out += dynText(zvSdpPayloadObjGetName(p)) + "/" + std::to_string(zvSdpPayloadObjGetClock(p)) + "/" +
+               std::to_string(zvSdpPayloadObjGetChannels(p)) + ":" + std::to_string(zvSdpPayloadObjGetPayloadType(p));
+    }
+    return out;
+}
+
+// "name=value" (or "name" without value) for each attribute in order.
+inline std::string attributeList(CMedia *m)
+{
+    std::string out;
+    for (CAttribute *a = zvSdpMediaObjGetAttribute(m, nullptr); a; a = zvSdpMediaObjGetAttribute(m, a)) {
+        if (!out.empty())
+            out += " | ";
+        out += dynText(zvSdpAttrObjGetName(a));
+        if (zvSdpAttrObjGetValue(a))
+            out += "=" + dynText(zvSdpAttrObjGetValue(a));
+    }
+    return out;
+}
+
+// Media types of the session's media in order, e.g. "1 3 1".
+inline std::string mediaTypes(CSdp *s)
+{
+    std::string out;
+    for (CMedia *m = zvSdpObjGetMedia(s, nullptr); m; m = zvSdpObjGetMedia(s, m)) {
+        if (!out.empty())
+            out += " ";
+        out += std::to_string(zvSdpMediaObjGetMediaType(m));
+    }
+    return out;
+}
+
+class FacadeTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(0u, zvSdpAppInit(kUnit));
+        zvSdpSetTraceLevel(4);
+        ASSERT_EQ(0u, zvSdpConstruct(&sdp_));
+        syslogClear();
+    }
+    void TearDown() override { zvSdpAppDestroy(); }
+
+    CMedia *addMedia(uint32_t type = ZVSDP_MT_AUDIO, uint32_t transport = ZVSDP_TP_RTPAVP)
+    {
+        CMedia *m = nullptr;
+        EXPECT_EQ(0u, zvSdpAddMediaDescriptor(sdp_, type, transport, &m));
+        return m;
+    }
+
+    static constexpr uint32_t kUnit = 2;
+    CSdp *sdp_ = nullptr;
+};
+
+// The class modules without the API flag: real handles that every guarded
+// operation must refuse.
+class NotInitialisedTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        startModules(2);
+        zvSdpSetTraceLevel(4);
+        sdp_ = zvSdpObjConstruct();
+        media_ = audioMedia(5004, {"ptime:20", "silenceSupp:off - - - -"});
+        ASSERT_NE(nullptr, sdp_);
+        ASSERT_NE(nullptr, media_);
+        zvSdpObjAddMedia(sdp_, media_);
+        payload_ = zvSdpMediaObjGetPayload(media_, nullptr);
+        attribute_ = zvSdpMediaObjGetAttribute(media_, nullptr);
+        before_ = mediaText(media_);
+        syslogClear();
+    }
+    void TearDown() override
+    {
+        EXPECT_EQ(before_, mediaText(media_));
+        zvSdpObjDestruct(sdp_);
+        stopModules();
+    }
+
+    CSdp *sdp_ = nullptr;
+    CMedia *media_ = nullptr;
+    CPayload *payload_ = nullptr;
+    CAttribute *attribute_ = nullptr;
+    std::string before_;
+};
+
+}  // namespace zvtest

@@ -1,0 +1,99 @@
+// Starting the four class modules without the rest of the library, and the
+// printed text of objects, for the object-model tests.
+#pragma once
+
+#include <cstring>
+#include <initializer_list>
+#include <string>
+
+#include "zvsdp_test_util.h"
+
+namespace zvtest {
+
+// The class modules alone: the API-initialised flag stays clear, so the
+// guarded operations keep refusing while the object operations work.
+inline void startModules(uint32_t n)
+{
+    ASSERT_EQ(1u, zvSdpObjApiInit(n));
+    ASSERT_EQ(1u, zvSdpMediaObjApiInit(5 * n));
+    ASSERT_EQ(1u, zvSdpPayloadObjApiInit(10 * n));
+    ASSERT_EQ(1u, zvSdpAttrObjApiInit(20 * n));
+}
+
+inline void stopModules()
+{
+    zvSdpObjApiDestroy();
+    zvSdpMediaObjApiDestroy();
+    zvSdpPayloadObjApiDestroy();
+    zvSdpAttrObjApiDestroy();
+}
+
+inline uint32_t inUse(const char *pool)
+{
+    return statsOf(poolNamed(pool)).inUse;
+}
+
+// Objects of all four classes in use.
+inline uint32_t liveObjects()
+{
+    return inUse("zvsdpsdpobj") + inUse("zvsdpmediaobj") + inUse("zvsdppayloadobj") + inUse("zvsdpattrobj");
+}
+
+inline std::string attrText(CAttribute *a, uint32_t size = 256)
+{
+    std::string buf(size, '\x7f');
+    uint32_t length = size;
+    zvSdpAttrObjToString(a, &buf[0], &length);
+    EXPECT_EQ(strlen(buf.c_str()), length);
+    return buf.c_str();
+}
+
+inline std::string mediaText(CMedia *m, uint32_t size = 2048)
+{
+    std::string buf(size, '\x7f');
+    uint32_t length = size;
+    zvSdpMediaObjToString(m, &buf[0], &length);
+    EXPECT_EQ(strlen(buf.c_str()), length);
+    return buf.c_str();
+}
+
+inline std::string sessionText(CSdp *s, uint32_t size = 4096)
+{
+    std::string buf(size, '\x7f');
+    uint32_t length = size;
+    zvSdpObjToString(s, &buf[0], &length);
+    EXPECT_EQ(strlen(buf.c_str()), length);
+    return buf.c_str();
+}
+
+// An audio RTP/AVP media on `port` with payloads PCMU and telephone-event
+// 101 (fmtp "0-15") and the given attributes ("name" or "name:value").
+inline CMedia *audioMedia(uint32_t port, std::initializer_list<const char *> attributes = {"sendrecv"})
+{
+    CMedia *m = zvSdpMediaObjConstruct(ZVSDP_TP_RTPAVP, ZVSDP_MT_AUDIO);
+    if (!m)
+        return nullptr;
+    zvSdpMediaObjSetPort(m, port);
+    zvSdpMediaObjAddPayload(m, zvSdpPayloadObjConstructEx(0, "PCMU", 8000, 1));
+    CPayload *te = zvSdpPayloadObjConstructEx(101, "telephone-event", 8000, 1);
+    if (te)
+        zvSdpPayloadObjSetFmtp(te, "0-15");
+    zvSdpMediaObjAddPayload(m, te);
+    for (const char *a : attributes) {
+        std::string line = a;
+        size_t colon = line.find(':');
+        CAttribute *attr = colon == std::string::npos
+                               ? zvSdpAttrObjConstruct(a, nullptr)
+                               : zvSdpAttrObjConstruct(line.substr(0, colon).c_str(), line.substr(colon + 1).c_str());
+        zvSdpMediaObjAddAttribute(m, attr);
+    }
+    return m;
+}
+
+inline const char *kAudioText =
+    "m=audio 5004 RTP/AVP 0 101\n"
+    "a=rtpmap:101 telephone-event/8000\n"
+    "a=fmtp:101 0-15\n"
+    "a=sendrecv\n";
+
+}  // namespace zvtest
