@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# The zvsdp tool on the example pairs against their expected outputs, and its
+# exit codes and messages for files it cannot use.
+# usage: tool_test.sh <zvsdp binary> <examples folder>
+set -u
+tool=$1
+ex=$2
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+passed=0
+failed=0
+
+check() { # name, expected exit code, expected file or "", command...
+    local name=$1 code=$2 expected=$3
+    shift 3
+    "$@" >"$tmp/out" 2>"$tmp/err"
+    local rc=$?
+    if [ "$rc" -ne "$code" ]; then
+        echo "FAIL $name: exit $rc, wanted $code"; cat "$tmp/err"; failed=$((failed + 1)); return
+    fi
+    if [ -n "$expected" ] && ! diff -u "$expected" "$tmp/out"; then
+        echo "FAIL $name: output differs"; failed=$((failed + 1)); return
+    fi
+    passed=$((passed + 1))
+}
+
+stderr_is() { # name, wanted text
+    if [ "$(cat "$tmp/err")" != "$2" ]; then
+        echo "FAIL $1: stderr is '$(cat "$tmp/err")', wanted '$2'"; failed=$((failed + 1))
+    else
+        passed=$((passed + 1))
+    fi
+}
+
+check answer 0 "$ex/offer.answer" "$tool" answer --filter-dtmf "$ex/offer.sdp" "$ex/local.sdp"
+check answer-amr 0 "$ex/amr-offer.answer" "$tool" answer --filter-dtmf "$ex/amr-offer.sdp" "$ex/amr-local.sdp"
+check answer-dtmf 0 "$ex/dtmf-offer.answer" "$tool" answer --filter-dtmf "$ex/dtmf-offer.sdp" "$ex/dtmf-local.sdp"
+check answer-dtmf-kept 0 "$ex/dtmf-offer-unfiltered.answer" "$tool" answer --keep-unmatched "$ex/dtmf-offer.sdp" "$ex/dtmf-local.sdp"
+check answer-av 0 "$ex/av-offer.answer" "$tool" answer "$ex/av-offer.sdp" "$ex/local.sdp"
+check answer-stdin 0 "$ex/offer.answer" sh -c "'$tool' answer --filter-dtmf - '$ex/local.sdp' < '$ex/offer.sdp'"
+check parse 0 "$ex/offer.parsed" "$tool" parse "$ex/offer.sdp"
+check mirror 0 "$ex/offer.mirror" "$tool" mirror "$ex/offer.sdp"
+check codecs 0 "" "$tool" codecs
+check codecs-json 0 "" "$tool" codecs --json
+if [ "$(grep -c '"telephone-event"' "$tmp/out")" != 2 ] || [ "$(grep -c payloadType "$tmp/out")" != 14 ]; then
+    echo "FAIL codecs-json: not the 14 members of the get reply"; failed=$((failed + 1))
+fi
+
+check t38 1 "" "$tool" answer "$ex/t38-offer.sdp" "$ex/local.sdp"
+stderr_is t38-message "zvsdp: zvSdpConstructFromString: $(printf 'Unsupported transport protocol') (11)"
+check missing 2 "" "$tool" parse "$tmp/no-such-file"
+stderr_is missing-message "zvsdp: $tmp/no-such-file: cannot be read"
+: >"$tmp/empty.sdp"
+check empty 1 "" "$tool" parse "$tmp/empty.sdp"
+stderr_is empty-message "zvsdp: zvSdpConstructFromString: Invalid parameter or item not present (5)"
+printf 'hello\nworld\n' >"$tmp/text.sdp"
+check not-sdp 1 "" "$tool" parse "$tmp/text.sdp"
+head -c 3000 /dev/urandom >"$tmp/noise.sdp"
+"$tool" parse "$tmp/noise.sdp" >/dev/null 2>&1
+rc=$?
+if [ "$rc" -ne 0 ] && [ "$rc" -ne 1 ]; then echo "FAIL noise: exit $rc"; failed=$((failed + 1)); else passed=$((passed + 1)); fi
+check usage 2 "" "$tool" answer "$ex/offer.sdp"
+check verbose 0 "" "$tool" parse -v 4 "$ex/local.sdp"
+if ! grep -q 'SDP message parsed successfully' "$tmp/err"; then
+    echo "FAIL verbose: no log line on stderr"; failed=$((failed + 1))
+fi
+
+echo "$passed passed, $failed failed"
+[ "$failed" -eq 0 ]
