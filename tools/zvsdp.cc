@@ -11,6 +11,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <libubus.h>
+
 #include "rvsdp.h"
 #include "zvcommon.h"
 #include "zvsdp.h"
@@ -19,6 +21,7 @@
 namespace {
 
 constexpr uint32_t kPoolUnit = 8;
+constexpr const char *kCodecObject = "zvpbx.media.codec";
 constexpr size_t kMaxInput = 64 * 1024;  // the library reads 1023 characters of it
 bool g_verbose = false;
 
@@ -29,6 +32,7 @@ struct Options {
     bool keepUnmatched = false;
     bool filterDtmf = false;
     bool json = false;
+    bool help = false;
     long level = -1;
 };
 
@@ -85,6 +89,8 @@ bool parseArgs(int argc, char **argv, Options *o)
             o->filterDtmf = true;
         } else if (!strcmp(a, "--json") && !strcmp(o->command, "codecs")) {
             o->json = true;
+        } else if (!strcmp(a, "--help") || !strcmp(a, "-h")) {
+            o->help = true;
         } else if (!strcmp(a, "-v") && i + 1 < argc) {
             char *end = nullptr;
             o->level = strtol(argv[++i], &end, 10);
@@ -98,6 +104,8 @@ bool parseArgs(int argc, char **argv, Options *o)
             return false;
         }
     }
+    if (o->help)
+        return true;
     int wanted = !strcmp(o->command, "answer") ? 2 : !strcmp(o->command, "codecs") ? 0 : 1;
     return o->fileCount == wanted;
 }
@@ -207,12 +215,19 @@ int commandCodecs(const Options &o)
         }
         return 0;
     }
-    // As a bus client sees it: the "get" reply of the registered object.
+    // As a bus client sees it: the "get" reply of the object zvSdpAppInit
+    // registered. On a gateway with a bus daemon the object is not held in
+    // this process, and a bus client has to ask the daemon instead.
+    if (!zvUbusLookupObject(kCodecObject)) {
+        fprintf(stderr, "zvsdp: zvUbusLookupObject: %s is not registered in this process\n", kCodecObject);
+        return 1;
+    }
     void *reply = nullptr;
     size_t length = 0;
-    int bus = zvUbusInvoke("zvpbx.media.codec", "get", nullptr, 0, &reply, &length);
+    int bus = zvUbusInvoke(kCodecObject, "get", nullptr, 0, &reply, &length);
     if (bus != 0) {
-        fprintf(stderr, "zvsdp: zvUbusInvoke: bus status %d\n", bus);
+        fprintf(stderr, "zvsdp: zvUbusInvoke: %s (%d)\n", ubus_strerror(bus), bus);
+        zvUbusFree(reply);
         return 1;
     }
     char *json = zvUbusFormatJson(reply, length, 1);
@@ -230,15 +245,31 @@ int commandCodecs(const Options &o)
 
 // The library logs through syslog(3); the tool shows those lines on
 // standard error instead, and only when asked to with -v.
-extern "C" void syslog(int, const char *format, ...)
+namespace {
+void echoLogLine(const char *format, va_list ap)
 {
     if (!g_verbose)
         return;
+    vfprintf(stderr, format, ap);
+    fputc('\n', stderr);
+}
+}  // namespace
+
+extern "C" void syslog(int, const char *format, ...)
+{
     va_list ap;
     va_start(ap, format);
-    vfprintf(stderr, format, ap);
+    echoLogLine(format, ap);
     va_end(ap);
-    fputc('\n', stderr);
+}
+
+// A library built with _FORTIFY_SOURCE on glibc calls this instead of syslog.
+extern "C" void __syslog_chk(int, int, const char *format, ...)
+{
+    va_list ap;
+    va_start(ap, format);
+    echoLogLine(format, ap);
+    va_end(ap);
 }
 
 int main(int argc, char **argv)
@@ -262,6 +293,8 @@ int main(int argc, char **argv)
     }
     if (!parseArgs(argc, argv, &o))
         return usage(stderr);
+    if (o.help)
+        return usage(stdout);
 
     uint32_t rc = zvSdpAppInit(kPoolUnit);
     if (rc != ZVSDP_RC_OK)

@@ -33,6 +33,7 @@ stderr_is() { # name, wanted text
 }
 
 check answer 0 "$ex/offer.answer" "$tool" answer --filter-dtmf "$ex/offer.sdp" "$ex/local.sdp"
+stderr_is answer-quiet ""
 check answer-amr 0 "$ex/amr-offer.answer" "$tool" answer --filter-dtmf "$ex/amr-offer.sdp" "$ex/amr-local.sdp"
 check answer-dtmf 0 "$ex/dtmf-offer.answer" "$tool" answer --filter-dtmf "$ex/dtmf-offer.sdp" "$ex/dtmf-local.sdp"
 check answer-dtmf-kept 0 "$ex/dtmf-offer-unfiltered.answer" "$tool" answer --keep-unmatched "$ex/dtmf-offer.sdp" "$ex/dtmf-local.sdp"
@@ -55,11 +56,18 @@ check empty 1 "" "$tool" parse "$tmp/empty.sdp"
 stderr_is empty-message "zvsdp: zvSdpConstructFromString: Invalid parameter or item not present (5)"
 printf 'hello\nworld\n' >"$tmp/text.sdp"
 check not-sdp 1 "" "$tool" parse "$tmp/text.sdp"
+stderr_is not-sdp-message "zvsdp: zvSdpConstructFromString: Invalid parameter or item not present (5)"
+check t38-parse 1 "" "$tool" mirror "$ex/t38-offer.sdp"
+check directory 2 "" "$tool" parse "$tmp"
 head -c 3000 /dev/urandom >"$tmp/noise.sdp"
 "$tool" parse "$tmp/noise.sdp" >/dev/null 2>&1
 rc=$?
 if [ "$rc" -ne 0 ] && [ "$rc" -ne 1 ]; then echo "FAIL noise: exit $rc"; failed=$((failed + 1)); else passed=$((passed + 1)); fi
 check usage 2 "" "$tool" answer "$ex/offer.sdp"
+check usage-level 2 "" "$tool" parse -v 5 "$ex/offer.sdp"
+check usage-option 2 "" "$tool" parse --filter-dtmf "$ex/offer.sdp"
+check usage-command 2 "" "$tool" offer "$ex/offer.sdp"
+check help 0 "" "$tool" answer --help
 check verbose 0 "" "$tool" parse -v 4 "$ex/local.sdp"
 if ! grep -q 'SDP message parsed successfully' "$tmp/err"; then
     echo "FAIL verbose: no log line on stderr"; failed=$((failed + 1))
