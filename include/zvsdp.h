@@ -317,7 +317,9 @@ ZVSDP_API uint32_t zvSdpPayloadObjCompare(CPayload *a, CPayload *b);
  * attribute ("a=name"). NULL when the pool is exhausted or the name is NULL
  * or empty. */
 ZVSDP_API CAttribute *zvSdpAttrObjConstruct(const char *name, const char *value);
+/* A read-write copy of name and value. */
 ZVSDP_API CAttribute *zvSdpAttrObjConstructCopy(CAttribute *source);
+/* The object's own strings: valid until the attribute changes or dies. */
 ZVSDP_API struct dynstr_s *zvSdpAttrObjGetName(CAttribute *objHndl);
 ZVSDP_API void zvSdpAttrObjSetName(CAttribute *objHndl, const char *name);
 ZVSDP_API struct dynstr_s *zvSdpAttrObjGetValue(CAttribute *objHndl); /* NULL: flag attribute */
@@ -383,6 +385,7 @@ ZVSDP_API uint32_t zvSdpMediaObjCompare(CMedia *a, CMedia *b);
 
 /* ---- session objects ------------------------------------------------------ */
 
+/* A read-write session without media; NULL when the pool is exhausted. */
 ZVSDP_API CSdp *zvSdpObjConstruct(void);
 /* A copy with the SOURCE's rights and read-write copies of every media. */
 ZVSDP_API CSdp *zvSdpObjConstructCopy(CSdp *source);
@@ -391,6 +394,7 @@ ZVSDP_API CSdp *zvSdpObjConstructCopy(CSdp *source);
 ZVSDP_API void zvSdpObjDeepCopy(CSdp *destination, CSdp *source);
 /* Appends; the session owns the media from then on. NULL is ignored. */
 ZVSDP_API void zvSdpObjAddMedia(CSdp *objHndl, CMedia *media);
+/* The media after `previous` (the first for NULL); NULL at the end. */
 ZVSDP_API CMedia *zvSdpObjGetMedia(CSdp *objHndl, CMedia *previous);
 ZVSDP_API uint32_t zvSdpObjHasMedia(CSdp *objHndl, CMedia *media);
 /* Unlinks and destroys the media, even when it was not in this session. */
@@ -438,13 +442,17 @@ ZVSDP_API uint32_t zvSdpCompare(CSdp *objHndl1, CSdp *objHndl2, uint32_t *equal)
 
 /* Replaces the fmtp text; an empty text is refused (5). */
 ZVSDP_API uint32_t zvSdpPayloadAddFmtp(CPayload *payloadHndl, const char *format_specifier);
+/* Removes the fmtp text. */
 ZVSDP_API uint32_t zvSdpPayloadResetFmtp(CPayload *payloadHndl);
+/* Renumbers the payload; the rtpmap flag stays as it is. */
 ZVSDP_API uint32_t zvSdpPayloadSetPayloadType(CPayload *payloadHndl, uint32_t payloadType);
 /* Switching the rtpmap line off is refused (5) for types of 96 and above. */
 ZVSDP_API uint32_t zvSdpPayloadSetRtpMap(CPayload *payloadHndl, uint32_t enable);
+/* The payload's own packet time in milliseconds (0: not set). */
 ZVSDP_API uint32_t zvSdpPayloadSetPtime(CPayload *payloadHndl, uint32_t ptime);
 /* The payload's own ptime, else the table's default for its name, else 20. */
 ZVSDP_API uint32_t zvSdpPayloadGetPtime(CPayload *payloadHndl, uint32_t *ptime);
+/* The payload's clock rate and channel count. */
 ZVSDP_API uint32_t zvSdpPayloadGetClock(CPayload *objHndl, uint32_t *clock);
 ZVSDP_API uint32_t zvSdpPayloadGetChannels(CPayload *objHndl, uint32_t *channels);
 /* The fmtp text cut to *buflen - 1 characters ("" when none). */
@@ -466,6 +474,8 @@ ZVSDP_API uint32_t zvSdpRemoveMediaDescriptor(CSdp *sdp, CMedia **mediaObj);
 /* mode 1 removes every media of that type, mode 0 every media of another
  * type; other modes change nothing. */
 ZVSDP_API uint32_t zvSdpRemoveMediaDescriptorByMediaType(CSdp *sdp, uint32_t mediaType, uint32_t mode);
+/* The walk of the session's media: the first one, then the one after
+ * mediaObj; NULL (result 0) at the end. The session keeps owning them. */
 ZVSDP_API uint32_t zvSdpGetFirstMediaDescriptor(CSdp *sdp, CMedia **mediaObj);
 ZVSDP_API uint32_t zvSdpGetNextMediaDescriptor(CSdp *sdp, CMedia *mediaObj, CMedia **nextObj);
 /* *present = 1 when the session holds a media. */
@@ -476,6 +486,7 @@ ZVSDP_API uint32_t zvSdpIsMediaDescriptorsListPresent(CSdp *sdp, uint32_t *prese
  * found; 2 when an object cannot be made. Optional out handles are cleared
  * before the rights check. */
 
+/* The media's supported flag, type, transport and port. */
 ZVSDP_API uint32_t zvSdpMediaIsSupported(CMedia *mediaObj, uint32_t *val);
 /* Port 0 and unsupported: a rejected stream. */
 ZVSDP_API uint32_t zvSdpMediaMarkUnsupported(CMedia *mediaObj);
@@ -484,18 +495,26 @@ ZVSDP_API uint32_t zvSdpMediaGetTransportProtocol(CMedia *mediaObj, ZvSdpTranspo
 /* 3 also for an unsupported media: a rejected stream keeps port 0. */
 ZVSDP_API uint32_t zvSdpMediaSetPort(CMedia *objHndl, uint32_t port);
 ZVSDP_API uint32_t zvSdpMediaGetPort(CMedia *objHndl, uint32_t *port);
+/* The walk of the media's payloads in their order; NULL (result 0) at the
+ * end. The media keeps owning them. */
 ZVSDP_API uint32_t zvSdpMediaGetFirstPayload(CMedia *objHndl, CPayload **ptHndl);
 ZVSDP_API uint32_t zvSdpMediaGetNextPayload(CMedia *objHndl, CPayload *ptHndl, CPayload **nextPtHndl);
 /* Destroys *ptHndl and sets it NULL; 5 when it is not in this media. */
 ZVSDP_API uint32_t zvSdpMediaRemovePayload(CMedia *objHndl, CPayload **ptHndl);
+/* Appends "a=name:value" (a NULL or empty value: "a=name"); *attrHndl
+ * (optional) receives it, owned by the media. */
 ZVSDP_API uint32_t zvSdpMediaAddAttribute(CMedia *mediaObj, const char *name, const char *value,
                                           CAttribute **attrHndl);
+/* Destroys *attrHndl and sets it NULL; 5 when it is not in this media. */
 ZVSDP_API uint32_t zvSdpMediaRemoveAttribute(CMedia *objHndl, CAttribute **attrHndl);
+/* The walk of the media's attributes in their order; NULL (result 0) at the
+ * end. */
 ZVSDP_API uint32_t zvSdpMediaGetFirstAttribute(CMedia *objHndl, CAttribute **attrHndl);
 ZVSDP_API uint32_t zvSdpMediaGetNextAttribute(CMedia *objHndl, CAttribute *attrHndl, CAttribute **nextAttrHndl);
 /* The first payload of that number (NULL when none); always 0 after the
  * guard. */
 ZVSDP_API uint32_t zvSdpMediaGetPayloadFromPayloadType(CMedia *mediaObj, uint32_t payloadType, CPayload **retval);
+/* *retval = 1 when a payload has that number, else 0. */
 ZVSDP_API uint32_t zvSdpMediaPayloadTypeExists(CMedia *mediaObj, uint32_t payloadType, uint32_t *retval);
 /* Payloads from the codec table (name, clock, channels of the row). Adding a
  * number twice gives two payloads. 5 when no static / dynamic row has it. */
@@ -548,6 +567,7 @@ ZVSDP_API uint32_t zvSdpMediaAddAttrPtime(CMedia *mediaHndl, uint32_t ptime, CAt
 /* The media's first ptime attribute, else the table's default for the
  * payload's name; 5 when neither gives one, 9 for a non-numeric ptime. */
 ZVSDP_API uint32_t zvSdpMediaGetPtime(CMedia *mediaHndl, CPayload *payloadHndl, uint32_t *ptime);
+/* *present = 1 when the media carries a ptime attribute. */
 ZVSDP_API uint32_t zvSdpMediaIsPtimePresent(CMedia *mediaHndl, uint32_t *present);
 /* Appends "a=silenceSupp:..." (RFC 3108): enable 0 gives "off - - - -";
  * enable 1 "on <timer> <pref> <sidUse> <level>" with preference 0 "-",
