@@ -15,6 +15,23 @@ constexpr int kRounds = 150;
 
 // One round of a host thread: build, print, copy, compare, protect and
 // destroy; false at the first thing that is not as it should be.
+// Threads also change one media that they all share: each adds a line of
+// its own, prints the session around it and takes the line out again.
+bool sharedRound(int thread, CSdp *common)
+{
+    CMedia *media = zvSdpObjGetMedia(common, nullptr);
+    const std::string value = std::to_string(thread);
+    CAttribute *mine = zvSdpAttrObjConstruct("x-thread", value.c_str());
+    if (!mine)
+        return false;
+    zvSdpMediaObjAddAttribute(media, mine);
+    zvSdpMediaObjSetPort(media, 4000 + static_cast<uint32_t>(thread));
+    const std::string text = sessionText(common);
+    const bool seen = text.rfind("m=audio ", 0) == 0 && text.find("a=x-thread:" + value + "\n") != std::string::npos;
+    zvSdpMediaObjRemoveAttribute(media, mine);
+    return seen;
+}
+
 bool oneRound(int thread, int index, CSdp *shared, const std::string &sharedText)
 {
     CSdp *s = nullptr;
@@ -70,8 +87,8 @@ bool oneRound(int thread, int index, CSdp *shared, const std::string &sharedText
 
 TEST(Concurrency, ThreadsBuildPrintCopyCompareAndDestroySessionsAtOnce)
 {
-    // Each thread holds three sessions at a time, plus one shared session.
-    ASSERT_EQ(0u, zvSdpAppInit(3 * kThreads + 1));
+    // Each thread holds three sessions at a time, plus two shared sessions.
+    ASSERT_EQ(0u, zvSdpAppInit(3 * kThreads + 2));
     const uint32_t strings = liveStringsAndLists();
     CSdp *shared = nullptr;
     ASSERT_EQ(0u, zvSdpConstruct(&shared));
@@ -79,13 +96,16 @@ TEST(Concurrency, ThreadsBuildPrintCopyCompareAndDestroySessionsAtOnce)
     ASSERT_EQ(0u, zvSdpAppSetReadOnly(shared));
     const std::string sharedText = sessionText(shared);
     ASSERT_EQ(kAudioText, sharedText);
+    CSdp *common = nullptr;
+    ASSERT_EQ(0u, zvSdpConstruct(&common));
+    zvSdpObjAddMedia(common, audioMedia(4000));
 
     std::atomic<int> failures{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([t, shared, &sharedText, &failures] {
+        threads.emplace_back([t, shared, common, &sharedText, &failures] {
             for (int r = 0; r < kRounds; ++r) {
-                if (!oneRound(t, r, shared, sharedText)) {
+                if (!oneRound(t, r, shared, sharedText) || !sharedRound(t, common)) {
                     ++failures;
                     return;
                 }
@@ -99,6 +119,10 @@ TEST(Concurrency, ThreadsBuildPrintCopyCompareAndDestroySessionsAtOnce)
     EXPECT_EQ(sharedText, sessionText(shared));
     ASSERT_EQ(0u, zvSdpAppSetReadWrite(shared));
     ASSERT_EQ(0u, zvSdpDestruct(&shared));
+    // Every thread took its own line out again.
+    zvSdpMediaObjSetPort(zvSdpObjGetMedia(common, nullptr), 5004);
+    EXPECT_EQ(kAudioText, sessionText(common));
+    ASSERT_EQ(0u, zvSdpDestruct(&common));
     EXPECT_EQ(0u, liveObjects());
     EXPECT_EQ(strings, liveStringsAndLists());
     zvSdpAppDestroy();
