@@ -28,43 +28,45 @@ inline void stopModules()
     zvSdpAttrObjApiDestroy();
 }
 
-inline uint32_t inUse(const char *pool)
-{
-    return statsOf(poolNamed(pool)).inUse;
-}
+inline uint32_t inUse(const char *pool) { return statsOf(poolNamed(pool)).inUse; }
 
-// Objects of all four classes in use.
 inline uint32_t liveObjects()
 {
     return inUse("zvsdpsdpobj") + inUse("zvsdpmediaobj") + inUse("zvsdppayloadobj") + inUse("zvsdpattrobj");
 }
 
-inline std::string attrText(CAttribute *a, uint32_t size = 256)
+// The text an object prints into `size` bytes; the reported length must match.
+template <typename T>
+std::string textOf(char *(*print)(T *, char *, uint32_t *), T *object, uint32_t size)
 {
     std::string buf(size, '\x7f');
     uint32_t length = size;
-    zvSdpAttrObjToString(a, &buf[0], &length);
+    print(object, &buf[0], &length);
     EXPECT_EQ(strlen(buf.c_str()), length);
     return buf.c_str();
 }
+inline std::string attrText(CAttribute *a, uint32_t size = 256) { return textOf(zvSdpAttrObjToString, a, size); }
+inline std::string mediaText(CMedia *m, uint32_t size = 2048) { return textOf(zvSdpMediaObjToString, m, size); }
+inline std::string sessionText(CSdp *s, uint32_t size = 4096) { return textOf(zvSdpObjToString, s, size); }
 
-inline std::string mediaText(CMedia *m, uint32_t size = 2048)
-{
-    std::string buf(size, '\x7f');
-    uint32_t length = size;
-    zvSdpMediaObjToString(m, &buf[0], &length);
-    EXPECT_EQ(strlen(buf.c_str()), length);
-    return buf.c_str();
-}
-
-inline std::string sessionText(CSdp *s, uint32_t size = 4096)
-{
-    std::string buf(size, '\x7f');
-    uint32_t length = size;
-    zvSdpObjToString(s, &buf[0], &length);
-    EXPECT_EQ(strlen(buf.c_str()), length);
-    return buf.c_str();
-}
+// The modules with pools for `kUnit` sessions; expectAllFreed() checks that
+// no object, string or list is left.
+template <uint32_t kUnit>
+class ObjectTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        startModules(kUnit);
+        baseline_ = liveStringsAndLists();
+    }
+    void TearDown() override { stopModules(); }
+    void expectAllFreed()
+    {
+        EXPECT_EQ(0u, liveObjects());
+        EXPECT_EQ(baseline_, liveStringsAndLists());
+    }
+    uint32_t baseline_ = 0;
+};
 
 // An audio RTP/AVP media on `port` with payloads PCMU and telephone-event
 // 101 (fmtp "0-15") and the given attributes ("name" or "name:value").
@@ -79,13 +81,10 @@ inline CMedia *audioMedia(uint32_t port, std::initializer_list<const char *> att
     if (te)
         zvSdpPayloadObjSetFmtp(te, "0-15");
     zvSdpMediaObjAddPayload(m, te);
-    for (const char *a : attributes) {
-        std::string line = a;
-        size_t colon = line.find(':');
-        CAttribute *attr = colon == std::string::npos
-                               ? zvSdpAttrObjConstruct(a, nullptr)
-                               : zvSdpAttrObjConstruct(line.substr(0, colon).c_str(), line.substr(colon + 1).c_str());
-        zvSdpMediaObjAddAttribute(m, attr);
+    for (const std::string a : attributes) {
+        size_t colon = a.find(':');
+        const char *value = colon == std::string::npos ? nullptr : a.c_str() + colon + 1;
+        zvSdpMediaObjAddAttribute(m, zvSdpAttrObjConstruct(a.substr(0, colon).c_str(), value));
     }
     return m;
 }

@@ -1,272 +1,138 @@
-// The payload object on its own: fields, the rtpmap flag, rtpmap text, VAD
-// detection, comparison, copies, and what its pool does when full.
-#include "zvsdp_test_util.h"
+// CPayload and its checked accessors: the rtpmap flag that cannot be switched
+// off for dynamic types, VAD detection, ptime resolution, fmtp copies into
+// short buffers, and the refusals of bad arguments and read-only sessions.
+#include "facade_fixture.h"
 
 using namespace zvtest;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 namespace {
 
-class PayloadTest : public ::testing::Test {
+class PayloadTest : public FacadeTest {
 protected:
     void SetUp() override
     {
-        ASSERT_EQ(1u, zvSdpPayloadObjApiInit(kPoolSize));
-        ASSERT_EQ(0u, zvPbxCommonGetGlobalDynstrPool(&strings_));
-        baseline_ = liveStringsAndLists();
+        FacadeTest::SetUp();
+        media_ = addMedia();
+        ASSERT_EQ(0u, zvSdpMediaAddPayload(media_, 0, "PCMU", 8000, 1, nullptr, &pcmu_));
+        ASSERT_EQ(0u, zvSdpMediaAddPayload(media_, 101, "telephone-event", 8000, 1, "0-15", &nte_));
+        syslogClear();
     }
-    void TearDown() override { zvSdpPayloadObjApiDestroy(); }
-
-    // Nothing leaked or freed twice since SetUp, counting the given number
-    // of payloads that the test still holds.
-    void expectOnlyLive(uint32_t payloads)
+    uint32_t ptimeOf(CPayload *p)
     {
-        EXPECT_EQ(payloads, statsOf(poolNamed("zvsdppayloadobj")).inUse);
+        uint32_t ptime = 12345;
+        EXPECT_EQ(0u, zvSdpPayloadGetPtime(p, &ptime));
+        return ptime;
     }
-
-    static constexpr uint32_t kPoolSize = 4;
-    int strings_ = MEMM_POOL_NONE;
-    uint32_t baseline_ = 0;
+    CMedia *media_ = nullptr;
+    CPayload *pcmu_ = nullptr, *nte_ = nullptr;
 };
 
-TEST_F(PayloadTest, ConstructExStoresEveryFieldAndStartsReadWrite)
+TEST_F(PayloadTest, RtpmapFlagIsKeptBelow96AndCannotBeSwitchedOffFromThere)
 {
-    CPayload *p = zvSdpPayloadObjConstructEx(97, "G726-16", 8000, 1);
-    ASSERT_NE(nullptr, p);
-    EXPECT_EQ(97u, zvSdpPayloadObjGetPayloadType(p));
-    EXPECT_EQ("G726-16", dynText(zvSdpPayloadObjGetName(p)));
-    EXPECT_EQ(8000u, zvSdpPayloadObjGetClock(p));
-    EXPECT_EQ(1u, zvSdpPayloadObjGetChannels(p));
-    EXPECT_EQ(nullptr, zvSdpPayloadObjGetFmtp(p));
-    EXPECT_EQ(0u, zvSdpPayloadObjGetPtime(p));
-    EXPECT_EQ(ZVSDP_READ_WRITE, zvSdpPayloadObjGetAccessRights(p));
-
-    CPayload *q = zvSdpPayloadObjConstruct(8, "PCMA");
-    ASSERT_NE(nullptr, q);
-    EXPECT_EQ(0u, zvSdpPayloadObjGetClock(q));
-    EXPECT_EQ(0u, zvSdpPayloadObjGetChannels(q));
-    EXPECT_EQ(0u, zvSdpPayloadObjGetPtime(nullptr));
-
-    zvSdpPayloadObjDestruct(p);
-    zvSdpPayloadObjDestruct(q);
-    expectOnlyLive(0);
-    EXPECT_EQ(baseline_, liveStringsAndLists());
+    CPayload *p95 = zvSdpPayloadObjConstruct(95, "X");
+    EXPECT_EQ(5u, zvSdpPayloadSetRtpMap(nte_, 0));
+    EXPECT_EQ(1u, zvSdpPayloadObjGetEnableRtpMap(nte_));
+    EXPECT_EQ(0u, zvSdpPayloadSetPayloadType(p95, 0x80000000u));
+    EXPECT_EQ(5u, zvSdpPayloadSetRtpMap(p95, 0));  // unsigned: the top bit set is dynamic
+    EXPECT_THAT(syslogTexts(), IsEmpty());
+    // A static payload moved up keeps its stored flag through a refusal.
+    EXPECT_EQ(0u, zvSdpPayloadSetRtpMap(pcmu_, 1));
+    EXPECT_EQ(0u, zvSdpPayloadSetPayloadType(pcmu_, 120));
+    EXPECT_EQ(5u, zvSdpPayloadSetRtpMap(pcmu_, 0));
+    EXPECT_EQ(0u, zvSdpPayloadSetPayloadType(pcmu_, 0));
+    EXPECT_EQ(1u, zvSdpPayloadObjGetEnableRtpMap(pcmu_));
+    EXPECT_EQ(0u, zvSdpPayloadSetRtpMap(pcmu_, 0));
+    EXPECT_EQ(0u, zvSdpPayloadObjGetEnableRtpMap(pcmu_));
 }
 
-TEST_F(PayloadTest, EmptyOrMissingNameIsRefusedWithoutLeaking)
+TEST_F(PayloadTest, CheckVadReadsTheCodecKeyThenVadAndNoAnywhereMeansOff)
 {
-    EXPECT_EQ(nullptr, zvSdpPayloadObjConstruct(0, ""));
-    EXPECT_EQ(nullptr, zvSdpPayloadObjConstructEx(0, "", 8000, 1));
-    EXPECT_EQ(nullptr, zvSdpPayloadObjConstruct(0, nullptr));
-    expectOnlyLive(0);
-    EXPECT_EQ(baseline_, liveStringsAndLists());
-}
-
-TEST_F(PayloadTest, RtpmapFlagCountsOnlyBelow96)
-{
-    CPayload *pcma = zvSdpPayloadObjConstruct(8, "PCMA");
-    CPayload *nte = zvSdpPayloadObjConstruct(101, "telephone-event");
-    ASSERT_NE(nullptr, pcma);
-    ASSERT_NE(nullptr, nte);
-    EXPECT_EQ(0u, zvSdpPayloadObjGetEnableRtpMap(pcma));
-    EXPECT_EQ(1u, zvSdpPayloadObjGetEnableRtpMap(nte));
-
-    zvSdpPayloadObjSetEnableRtpMap(nte, 0);
-    EXPECT_EQ(1u, zvSdpPayloadObjGetEnableRtpMap(nte));
-    zvSdpPayloadObjSetEnableRtpMap(pcma, 1);
-    EXPECT_EQ(1u, zvSdpPayloadObjGetEnableRtpMap(pcma));
-    zvSdpPayloadObjSetEnableRtpMap(pcma, 0);
-    EXPECT_EQ(0u, zvSdpPayloadObjGetEnableRtpMap(pcma));
-
-    // Renumbering keeps the stored flag: 1 from a dynamic construction,
-    // and a static payload moved up answers 1 while it stays there.
-    zvSdpPayloadObjSetPayloadType(nte, 8);
-    EXPECT_EQ(1u, zvSdpPayloadObjGetEnableRtpMap(nte));
-    zvSdpPayloadObjSetPayloadType(pcma, 96);
-    EXPECT_EQ(1u, zvSdpPayloadObjGetEnableRtpMap(pcma));
-    zvSdpPayloadObjSetPayloadType(pcma, 95);
-    EXPECT_EQ(0u, zvSdpPayloadObjGetEnableRtpMap(pcma));
-
-    // The boundary itself is dynamic.
-    CPayload *at96 = zvSdpPayloadObjConstruct(96, "X");
-    CPayload *at95 = zvSdpPayloadObjConstruct(95, "X");
-    EXPECT_EQ(1u, zvSdpPayloadObjGetEnableRtpMap(at96));
-    EXPECT_EQ(0u, zvSdpPayloadObjGetEnableRtpMap(at95));
-    zvSdpPayloadObjDestruct(pcma);
-    zvSdpPayloadObjDestruct(nte);
-    zvSdpPayloadObjDestruct(at96);
-    zvSdpPayloadObjDestruct(at95);
-}
-
-TEST_F(PayloadTest, FmtpIsReplacedAndRemovedWithoutLeaking)
-{
-    CPayload *p = zvSdpPayloadObjConstruct(18, "G729");
-    ASSERT_NE(nullptr, p);
-    uint32_t withName = liveStringsAndLists();
-    zvSdpPayloadObjSetFmtp(p, "annexb=no");
-    EXPECT_EQ("annexb=no", dynText(zvSdpPayloadObjGetFmtp(p)));
-    uint32_t withFmtp = liveStringsAndLists();
-    zvSdpPayloadObjSetFmtp(p, "annexb=yes");
-    EXPECT_EQ("annexb=yes", dynText(zvSdpPayloadObjGetFmtp(p)));
-    EXPECT_EQ(withFmtp, liveStringsAndLists());
-    zvSdpPayloadObjSetFmtp(p, nullptr);
-    EXPECT_EQ(nullptr, zvSdpPayloadObjGetFmtp(p));
-    EXPECT_EQ(withName, liveStringsAndLists());
-    zvSdpPayloadObjSetFmtp(p, nullptr);
-    EXPECT_EQ(nullptr, zvSdpPayloadObjGetFmtp(p));
-
-    // The release hook frees the fmtp along with the name.
-    zvSdpPayloadObjSetFmtp(p, "mode=30");
-    zvSdpPayloadObjDestruct(p);
-    EXPECT_EQ(baseline_, liveStringsAndLists());
-    zvSdpPayloadObjDestruct(nullptr);
-    expectOnlyLive(0);
-}
-
-TEST_F(PayloadTest, CopyIsIndependentAndAlwaysReadWrite)
-{
-    CPayload *src = zvSdpPayloadObjConstructEx(8, "PCMA", 8000, 1);
-    ASSERT_NE(nullptr, src);
-    zvSdpPayloadObjSetFmtp(src, "vad=no");
-    zvSdpPayloadObjSetPtime(src, 40);
-    zvSdpPayloadObjSetEnableRtpMap(src, 1);
-    zvSdpPayloadObjSetAccessRights(src, ZVSDP_READ_ONLY);
-
-    CPayload *copy = zvSdpPayloadObjConstructCopy(src);
-    ASSERT_NE(nullptr, copy);
-    EXPECT_EQ(8u, zvSdpPayloadObjGetPayloadType(copy));
-    EXPECT_EQ("PCMA", dynText(zvSdpPayloadObjGetName(copy)));
-    EXPECT_EQ(8000u, zvSdpPayloadObjGetClock(copy));
-    EXPECT_EQ(1u, zvSdpPayloadObjGetChannels(copy));
-    EXPECT_EQ(40u, zvSdpPayloadObjGetPtime(copy));
-    EXPECT_EQ(1u, zvSdpPayloadObjGetEnableRtpMap(copy));
-    EXPECT_EQ("vad=no", dynText(zvSdpPayloadObjGetFmtp(copy)));
-    EXPECT_EQ(ZVSDP_READ_WRITE, zvSdpPayloadObjGetAccessRights(copy));
-    EXPECT_NE(zvSdpPayloadObjGetName(src), zvSdpPayloadObjGetName(copy));
-
-    // Strings are the copy's own: the source may change or die.
-    zvSdpPayloadObjSetFmtp(src, "vad=yes");
-    zvSdpPayloadObjDestruct(src);
-    EXPECT_EQ("vad=no", dynText(zvSdpPayloadObjGetFmtp(copy)));
-    EXPECT_EQ("PCMA", dynText(zvSdpPayloadObjGetName(copy)));
-
-    // A copy without fmtp has none.
-    CPayload *bare = zvSdpPayloadObjConstruct(0, "PCMU");
-    CPayload *bareCopy = zvSdpPayloadObjConstructCopy(bare);
-    ASSERT_NE(nullptr, bareCopy);
-    EXPECT_EQ(nullptr, zvSdpPayloadObjGetFmtp(bareCopy));
-
-    zvSdpPayloadObjDestruct(copy);
-    zvSdpPayloadObjDestruct(bare);
-    zvSdpPayloadObjDestruct(bareCopy);
-    EXPECT_EQ(baseline_, liveStringsAndLists());
-}
-
-TEST_F(PayloadTest, CreateRtpmapPrintsChannelsFromTwoOnAndReplacesText)
-{
-    CPayload *p = zvSdpPayloadObjConstructEx(0, "PCMU", 8000, 1);
-    ASSERT_NE(nullptr, p);
-    dynstr_t out = dynstr_fromstr(strings_, "old text that must go");
-    EXPECT_EQ(out, zvSdpPayloadObjCreateRtpmap(p, out));
-    EXPECT_EQ("0 PCMU/8000", dynText(out));
-    zvSdpPayloadObjSetChannels(p, 2);
-    zvSdpPayloadObjCreateRtpmap(p, out);
-    EXPECT_EQ("0 PCMU/8000/2", dynText(out));
-    zvSdpPayloadObjSetChannels(p, 0);
-    zvSdpPayloadObjCreateRtpmap(p, out);
-    EXPECT_EQ("0 PCMU/8000", dynText(out));
-
-    CPayload *wb = zvSdpPayloadObjConstructEx(96, "AMR-WB", 16000, 2);
-    zvSdpPayloadObjCreateRtpmap(wb, out);
-    EXPECT_EQ("96 AMR-WB/16000/2", dynText(out));
-
-    dynstr_release(out);
-    zvSdpPayloadObjDestruct(p);
-    zvSdpPayloadObjDestruct(wb);
-    EXPECT_EQ(baseline_, liveStringsAndLists());
-}
-
-struct VadCase {
-    const char *name;
-    const char *fmtp;  // nullptr: none
-    int32_t expected;
-};
-
-TEST_F(PayloadTest, CheckVadReadsTheCodecKeyThenVad)
-{
-    const VadCase cases[] = {
-        {"G729", "annexb=no", 0},
-        {"G729", "annexb=yes", 1},
-        {"g729", "annexb=yes", 1},             // name ignores case
-        {"G729", "mode=30", -1},
-        {"G729", nullptr, -1},
-        {"G729", "annexb=yes;bitrate=no", 0},  // "no" anywhere counts
-        {"G729", "vad=yes", 1},                // no annexb: falls back to vad
-        {"G723", "annexa=yes", 1},
-        {"G723", "annexa=no", 0},
-        {"G723", "annexb=yes", -1},            // annexb means nothing to G723
-        {"PCMU", "vad=yes", 1},
-        {"PCMU", "vad=no", 0},
-        {"PCMU", "annexb=no", -1},             // annexb means nothing to PCMU
-        {"PCMU", "", -1},
-    };
-    for (const VadCase &c : cases) {
-        CPayload *p = zvSdpPayloadObjConstruct(0, c.name);
-        ASSERT_NE(nullptr, p);
-        zvSdpPayloadObjSetFmtp(p, c.fmtp);
-        EXPECT_EQ(c.expected, zvSdpPayloadCheckVad(p)) << c.name << " " << (c.fmtp ? c.fmtp : "(none)");
+    const std::tuple<const char *, const char *, int32_t> cases[] = {
+        {"G729", "annexb=no", 0},   {"g729", "annexb=yes", 1}, {"G729", "mode=30", -1},
+        {"G729", nullptr, -1},      {"G729", "annexb=yes;nonstd", 0},
+        {"G729", "vad=yes", 1},     {"G723", "annexa=yes", 1}, {"G723", "annexa=no", 0},
+        {"G723", "annexb=yes", -1}, {"PCMU", "vad=no", 0},     {"PCMU", "annexb=no", -1}};
+    for (const auto &[name, fmtp, expected] : cases) {
+        CPayload *p = zvSdpPayloadObjConstruct(0, name);
+        zvSdpPayloadObjSetFmtp(p, fmtp);
+        EXPECT_EQ(expected, zvSdpPayloadCheckVad(p)) << name << " " << (fmtp ? fmtp : "(none)");
         zvSdpPayloadObjDestruct(p);
     }
-    EXPECT_EQ(baseline_, liveStringsAndLists());
 }
 
-TEST_F(PayloadTest, CompareLooksAtNameClockAndChannelsOnly)
+TEST_F(PayloadTest, PtimeIsOwnValueThenTheTablesDefaultThenTwenty)
 {
-    CPayload *a = zvSdpPayloadObjConstructEx(0, "PCMU", 8000, 1);
-    CPayload *b = zvSdpPayloadObjConstructEx(112, "pcmu", 8000, 1);
-    ASSERT_NE(nullptr, a);
-    ASSERT_NE(nullptr, b);
-    zvSdpPayloadObjSetFmtp(b, "x=1");
-    zvSdpPayloadObjSetPtime(b, 30);
-    EXPECT_EQ(0u, zvSdpPayloadObjCompare(a, b));
-    EXPECT_EQ(0u, zvSdpPayloadObjCompare(b, a));
-
-    zvSdpPayloadObjSetClock(b, 16000);
-    EXPECT_EQ(1u, zvSdpPayloadObjCompare(a, b));
-    zvSdpPayloadObjSetClock(b, 8000);
-    zvSdpPayloadObjSetChannels(b, 2);
-    EXPECT_EQ(1u, zvSdpPayloadObjCompare(a, b));
-    zvSdpPayloadObjSetChannels(b, 1);
-
-    CPayload *c = zvSdpPayloadObjConstructEx(0, "PCMUX", 8000, 1);
-    EXPECT_EQ(1u, zvSdpPayloadObjCompare(a, c));
-    zvSdpPayloadObjDestruct(a);
-    zvSdpPayloadObjDestruct(b);
-    zvSdpPayloadObjDestruct(c);
-}
-
-TEST_F(PayloadTest, FullPoolRefusesConstructionAndCopiesWithoutGrowing)
-{
-    int pool = poolNamed("zvsdppayloadobj");
-    ASSERT_NE(MEMM_POOL_NONE, pool);
-    std::vector<CPayload *> held;
-    for (uint32_t i = 0; i < kPoolSize; ++i) {
-        held.push_back(zvSdpPayloadObjConstructEx(i, "PCMU", 8000, 1));
-        ASSERT_NE(nullptr, held.back());
+    // H261's row has 0, names match exactly, the table is read rather than a
+    // built-in copy of it, and a ptime attribute does not count.
+    for (ZvSdpCodecEntry &row : zvSdpCodecTable)
+        if (std::string(row.encodingName) == "GSM")
+            row.defaultPtime = 60;
+    ASSERT_EQ(0u, zvSdpMediaAddAttrPtime(media_, 50, nullptr));
+    CPayload *p = nullptr;
+    for (const auto &[name, ptime] : {std::pair<const char *, uint32_t>{"PCMU", 20}, {"G723", 30}, {"H261", 20},
+                                      {"g723", 20}, {"X-NEW", 20}, {"GSM", 60}}) {
+        ASSERT_EQ(0u, zvSdpMediaAddPayload(media_, 4, name, 8000, 1, nullptr, &p));
+        EXPECT_EQ(ptime, ptimeOf(p)) << name;
     }
-    uint32_t live = liveStringsAndLists();
-    EXPECT_EQ(nullptr, zvSdpPayloadObjConstruct(0, "PCMU"));
-    EXPECT_EQ(nullptr, zvSdpPayloadObjConstructCopy(held[0]));
-    EXPECT_EQ(kPoolSize, statsOf(pool).capacity);
+    ASSERT_EQ(0u, zvSdpPayloadSetPtime(p, 40));
+    EXPECT_EQ(40u, ptimeOf(p));
+}
+
+TEST_F(PayloadTest, FmtpIsReplacedKeptOnEmptyTextResetAndCopiedCut)
+{
+    const uint32_t live = liveStringsAndLists();
+    EXPECT_EQ(0u, zvSdpPayloadAddFmtp(pcmu_, "vad=no"));
+    EXPECT_EQ(0u, zvSdpPayloadAddFmtp(pcmu_, "vad=yes"));
+    EXPECT_EQ(5u, zvSdpPayloadAddFmtp(pcmu_, ""));
+    EXPECT_EQ("vad=yes", dynText(zvSdpPayloadObjGetFmtp(pcmu_)));
+    EXPECT_EQ(0u, zvSdpPayloadResetFmtp(pcmu_));
     EXPECT_EQ(live, liveStringsAndLists());
+    // nte_ has "0-15": sizes 0 and 1 give nothing, 4 is one short of a fit;
+    // without fmtp only the first byte is cleared.
+    const std::tuple<CPayload *, uint32_t, std::string> cases[] = {
+        {nte_, 0, ""}, {nte_, 1, ""}, {nte_, 4, "0-1"}, {nte_, 5, "0-15"}, {nte_, 32, "0-15"}, {pcmu_, 8, ""}};
+    for (const auto &[payload, size, text] : cases) {
+        SCOPED_TRACE(size);
+        Canary buf(size);
+        uint32_t len = size;
+        EXPECT_EQ(0u, zvSdpPayloadGetFmtp(payload, buf.data(), &len));
+        EXPECT_EQ(text.size(), len);
+        EXPECT_EQ(size ? text + '\0' : "", std::string(buf.data(), size ? len + 1 : 0));
+        EXPECT_TRUE(buf.untouchedFrom(size ? text.size() + 1 : 0));
+    }
+}
 
-    // A freed slot is usable again.
-    zvSdpPayloadObjDestruct(held[1]);
-    held[1] = zvSdpPayloadObjConstruct(1, "PCMA");
-    EXPECT_NE(nullptr, held[1]);
-    EXPECT_EQ(kPoolSize, statsOf(pool).capacity);
-    for (CPayload *p : held)
-        zvSdpPayloadObjDestruct(p);
-    EXPECT_EQ(baseline_, liveStringsAndLists());
+TEST_F(PayloadTest, BadArgumentsGiveFiveOrNullAndReadOnlyGivesThreeSilently)
+{
+    uint32_t value = 77;
+    EXPECT_EQ(nullptr, zvSdpPayloadObjConstruct(0, ""));
+    EXPECT_EQ(nullptr, zvSdpPayloadObjConstructEx(0, nullptr, 8000, 1));
+    EXPECT_EQ(5u, zvSdpPayloadAddFmtp(pcmu_, nullptr));
+    EXPECT_EQ(5u, zvSdpPayloadGetPtime(pcmu_, nullptr));
+    EXPECT_EQ(5u, zvSdpPayloadGetChannels(nullptr, &value));
+    EXPECT_EQ(5u, zvSdpMediaGetInbandDtmf(nullptr, &value));  // checks only the media, silently
+    const std::string nul = ptrText(nullptr), bad = "Invalid parameter detected";
+    EXPECT_THAT(logEntries(),
+                ElementsAre(apiLine('D', "zvSdpPayloadAddFmtp",
+                                    bad + ": payloadHndl=" + ptrText(pcmu_) + ", &format_specifier=" + nul),
+                            apiLine('D', "zvSdpPayloadGetPtime", bad + " : \n"),
+                            apiLine('D', "zvSdpPayloadGetChannels",
+                                    bad + ": objHndl=" + nul + ", &clock=" + ptrText(&value))));
+    syslogClear();
+    // Rights are checked before the dynamic type's rtpmap refusal.
+    ASSERT_EQ(0u, zvSdpAppSetReadOnly(sdp_));
+    EXPECT_EQ(3u, zvSdpPayloadAddFmtp(nte_, "0-16"));
+    EXPECT_EQ(3u, zvSdpPayloadSetRtpMap(nte_, 0));
+    EXPECT_EQ(3u, zvSdpPayloadSetPtime(nte_, 40));
+    EXPECT_THAT(syslogTexts(), IsEmpty());
+    EXPECT_EQ("0-15", dynText(zvSdpPayloadObjGetFmtp(nte_)));
+    EXPECT_EQ(20u, ptimeOf(nte_));
+    // The in-band DTMF flag is the caller's own note: set all the same.
+    EXPECT_EQ(0u, zvSdpMediaSetInbandDtmf(media_, 1));
+    EXPECT_EQ(0u, zvSdpMediaGetInbandDtmf(media_, &value));
+    EXPECT_EQ(1u, value);
 }
 
 }  // namespace
