@@ -155,4 +155,25 @@ TEST_F(Text, CapabilityDeclarationsAndTheirRemoval)
     destroyAll({s});
 }
 
+TEST_F(Text, RtpFiguresFollowPtimeAndTheHighestClock)
+{
+    const struct { const char *media; uint32_t rc, packets, size, bandwidth; } cases[] = {
+        {"m=audio 1 RTP/AVP 0 8\r\n", ZVSDP_RC_OK, 50, 200, 500},  // no ptime: 20 ms
+        {"m=audio 1 RTP/AVP 0 96\r\na=rtpmap:96 AMR-WB/16000\r\na=ptime:30\r\n", ZVSDP_RC_OK, 33, 524, 864},
+        // A remote ptime must not divide by zero in the gateway.
+        {"m=audio 1 RTP/AVP 0\r\na=ptime:0\r\n", ZVSDP_RC_INVALID, 0, 0, 0},
+        {"m=audio 1 RTP/AVP 0\r\na=ptime:1001\r\n", ZVSDP_RC_INVALID, 0, 0, 0},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.media);
+        CSdp *s = offer(c.media);
+        RtpInfo info{7, 7, 7};
+        EXPECT_EQ(c.rc, zvSdpGetRtpInfo(s, mediaOf(s).at(0), &info));
+        EXPECT_EQ(c.packets, info.packetsPerSecond);
+        EXPECT_EQ(c.size, info.packetSize);
+        EXPECT_EQ(c.bandwidth, info.bandwidth);
+        destroyAll({s});
+    }
+}
+
 }  // namespace
