@@ -1,8 +1,9 @@
-// A started library with one empty session, and the helpers the tests of the
-// checked media, attribute, payload and media-list operations share: the
-// expected log lines, canary buffers and the state of a media in one string.
+// A started library with one empty session, the same objects with only the
+// class modules running, and what the tests of the checked operations share:
+// log lines, canary buffers and a media's content as one string.
 #pragma once
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -33,10 +34,7 @@ struct Canary {
     // True when no byte from `limit` on was written.
     bool untouchedFrom(size_t limit) const
     {
-        for (size_t i = limit; i < bytes.size(); ++i)
-            if (bytes[i] != kFill)
-                return false;
-        return true;
+        return std::all_of(bytes.begin() + limit, bytes.end(), [](char c) { return c == kFill; });
     }
     std::string text() const { return std::string(bytes.data(), strnlen(bytes.data(), bytes.size())); }
     std::vector<char> bytes;
@@ -46,38 +44,10 @@ struct Canary {
 inline std::string payloadList(CMedia *m)
 {
     std::string out;
-    for (CPayload *p = zvSdpMediaObjGetPayload(m, nullptr); p; p = zvSdpMediaObjGetPayload(m, p)) {
-        if (!out.empty())
-            out += " ";
-        out += dynText(zvSdpPayloadObjGetName(p)) + "/" + std::to_string(zvSdpPayloadObjGetClock(p)) + "/" +
-               std::to_string(zvSdpPayloadObjGetChannels(p)) + ":" + std::to_string(zvSdpPayloadObjGetPayloadType(p));
-    }
-    return out;
-}
-
-// "name=value" (or "name" without value) for each attribute in order.
-inline std::string attributeList(CMedia *m)
-{
-    std::string out;
-    for (CAttribute *a = zvSdpMediaObjGetAttribute(m, nullptr); a; a = zvSdpMediaObjGetAttribute(m, a)) {
-        if (!out.empty())
-            out += " | ";
-        out += dynText(zvSdpAttrObjGetName(a));
-        if (zvSdpAttrObjGetValue(a))
-            out += "=" + dynText(zvSdpAttrObjGetValue(a));
-    }
-    return out;
-}
-
-// Media types of the session's media in order, e.g. "1 3 1".
-inline std::string mediaTypes(CSdp *s)
-{
-    std::string out;
-    for (CMedia *m = zvSdpObjGetMedia(s, nullptr); m; m = zvSdpObjGetMedia(s, m)) {
-        if (!out.empty())
-            out += " ";
-        out += std::to_string(zvSdpMediaObjGetMediaType(m));
-    }
+    for (CPayload *p = zvSdpMediaObjGetPayload(m, nullptr); p; p = zvSdpMediaObjGetPayload(m, p))
+        out += (out.empty() ? "" : " ") + dynText(zvSdpPayloadObjGetName(p)) + "/" +
+               std::to_string(zvSdpPayloadObjGetClock(p)) + "/" + std::to_string(zvSdpPayloadObjGetChannels(p)) +
+               ":" + std::to_string(zvSdpPayloadObjGetPayloadType(p));
     return out;
 }
 
@@ -104,7 +74,7 @@ protected:
 };
 
 // The class modules without the API flag: real handles that every guarded
-// operation must refuse.
+// operation must refuse without changing them.
 class NotInitialisedTest : public ::testing::Test {
 protected:
     void SetUp() override
@@ -113,8 +83,7 @@ protected:
         zvSdpSetTraceLevel(4);
         sdp_ = zvSdpObjConstruct();
         media_ = audioMedia(5004, {"ptime:20", "silenceSupp:off - - - -"});
-        ASSERT_NE(nullptr, sdp_);
-        ASSERT_NE(nullptr, media_);
+        ASSERT_TRUE(sdp_ && media_);
         zvSdpObjAddMedia(sdp_, media_);
         payload_ = zvSdpMediaObjGetPayload(media_, nullptr);
         attribute_ = zvSdpMediaObjGetAttribute(media_, nullptr);
