@@ -40,7 +40,7 @@ protected:
     {
         for (CPayload *p : owned_)
             zvSdpPayloadObjDestruct(p);
-        EXPECT_EQ(0u, objectsInUse());
+        EXPECT_EQ(0u, liveObjects());
         LibraryTest::TearDown();
     }
     std::vector<CPayload *> owned_;

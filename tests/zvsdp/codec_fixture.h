@@ -11,14 +11,6 @@
 
 namespace zvtest {
 
-inline uint32_t objectsInUse()
-{
-    uint32_t total = 0;
-    for (const char *pool : {"zvsdpsdpobj", "zvsdpmediaobj", "zvsdppayloadobj", "zvsdpattrobj"})
-        total += statsOf(poolNamed(pool)).inUse;
-    return total;
-}
-
 // Starts the whole library with pools of `units` (n sessions, 5n media,
 // 10n payloads, 20n attributes).
 class LibraryTest : public ::testing::Test {
@@ -32,17 +24,16 @@ protected:
     {
         for (CSdp *handle : sessions)
             EXPECT_TRUE(!handle || zvSdpDestruct(&handle) == ZVSDP_RC_OK);
-        EXPECT_EQ(0u, objectsInUse());
+        EXPECT_EQ(0u, liveObjects());
     }
 
 private:
     uint32_t units_;
 };
 
-// A log line as logEntries() gives it.
-inline std::string helperLog(const char *letter, const char *function, const std::string &text)
+inline std::string helperLog(char letter, const char *function, const std::string &text)
 {
-    return std::string("[ZVSDP::HelperAPI]|") + letter + "|" + function + "|" + text;
+    return logEntry("[ZVSDP::HelperAPI]", letter, function, text);
 }
 
 inline std::string rcText(uint32_t rc) { return zvPbxGetErrorString(rc); }

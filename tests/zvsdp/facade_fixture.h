@@ -20,10 +20,9 @@ inline std::string ptrText(const void *p)
     return buf;
 }
 
-// One "[ZVSDP::API]" line as logEntries() shows it.
 inline std::string apiLine(char letter, const std::string &function, const std::string &text)
 {
-    return std::string("[ZVSDP::API]    |") + letter + "|" + function + "|" + text;
+    return logEntry("[ZVSDP::API]", letter, function, text);
 }
 
 // A buffer with guard bytes behind the size handed to the library.

@@ -11,10 +11,10 @@ namespace {
 
 std::string built(const std::string &text)
 {
-    return helperLog("D", "zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities", text);
+    return helperLog('D', "zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities", text);
 }
 std::string copyAudio() { return built("Copy all capabilites for media type ZVSDP_MT_AUDIO"); }
-std::string notAmr() { return helperLog("D", "matchAmrParamsWithCommonPayload", "Not AMR type " + rcText(0)); }
+std::string notAmr() { return helperLog('D', "matchAmrParamsWithCommonPayload", "Not AMR type " + rcText(0)); }
 
 // A softphone's offer: PCMA before PCMU, events at 8000 Hz.
 const std::string kPcmaPcmu = "m=audio 49170 RTP/AVP 8 0 101\r\na=rtpmap:8 PCMA/8000\r\na=rtpmap:0 PCMU/8000\r\n"

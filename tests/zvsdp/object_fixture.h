@@ -28,13 +28,6 @@ inline void stopModules()
     zvSdpAttrObjApiDestroy();
 }
 
-inline uint32_t inUse(const char *pool) { return statsOf(poolNamed(pool)).inUse; }
-
-inline uint32_t liveObjects()
-{
-    return inUse("zvsdpsdpobj") + inUse("zvsdpmediaobj") + inUse("zvsdppayloadobj") + inUse("zvsdpattrobj");
-}
-
 // The text an object prints into `size` bytes; the reported length must match.
 template <typename T>
 std::string textOf(char *(*print)(T *, char *, uint32_t *), T *object, uint32_t size)

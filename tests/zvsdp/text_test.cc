@@ -63,7 +63,7 @@ TEST_F(Text, ParserRefusesBadTextAndOtherTransports)
         EXPECT_EQ(ZVSDP_RC_TRANSPORT, zvSdpConstructFromString(text.c_str(), &s));
         EXPECT_EQ(nullptr, s);
     }
-    EXPECT_EQ(0u, objectsInUse());
+    EXPECT_EQ(0u, liveObjects());
 }
 
 TEST_F(Text, TextIsReadUpTo1023CharactersAndPrintedIntoTheCallersBuffer)

@@ -56,6 +56,14 @@ inline uint32_t liveRecords(const char *name)
     return total;
 }
 
+// Objects of the four classes in use.
+inline uint32_t inUse(const char *pool) { return statsOf(poolNamed(pool)).inUse; }
+
+inline uint32_t liveObjects()
+{
+    return inUse("zvsdpsdpobj") + inUse("zvsdpmediaobj") + inUse("zvsdppayloadobj") + inUse("zvsdpattrobj");
+}
+
 // Dynamic strings, their character storage and list records/nodes in use:
 // an operation that leaks any of them moves this count.
 inline uint32_t liveStringsAndLists()
@@ -123,6 +131,14 @@ inline std::vector<std::string> logEntries()
         out.push_back(l.tag + "|" + l.letter + "|" + l.function + "|" + l.text);
     }
     return out;
+}
+
+// One line as logEntries() shows it; the tag is padded as the library pads it.
+inline std::string logEntry(std::string tag, char letter, const std::string &function, const std::string &text)
+{
+    if (tag.size() < 16)
+        tag.resize(16, ' ');
+    return tag + "|" + letter + "|" + function + "|" + text;
 }
 
 inline std::string dynText(struct dynstr_s *s)
