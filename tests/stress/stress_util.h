@@ -33,34 +33,17 @@ const char kVideoOffer[] =
     "m=video 50002 RTP/AVP 99 34\r\na=rtpmap:99 H264/90000\r\n"
     "a=fmtp:99 profile-level-id=42801f;packetization-mode=1\r\na=rtpmap:34 H263/90000\r\na=sendrecv\r\n";
 
-// Records in use in every pool of the process.
-inline uint32_t recordsInUse()
+// Records in use in the pool of that name, or in every pool for NULL.
+inline uint32_t inUse(const char *name = nullptr)
 {
     uint32_t total = 0;
     for (int pool = 0; pool < MEMM_MAX_POOLS; ++pool) {
-        uint32_t inUse = 0;
-        if (memm_get_stats(pool, &inUse, nullptr, nullptr) == 0)
-            total += inUse;
+        const char *n = memm_poolname(pool);
+        uint32_t count = 0;
+        if (n && (!name || std::string(n) == name) && memm_get_stats(pool, &count, nullptr, nullptr) == 0)
+            total += count;
     }
     return total;
-}
-
-// The one pool of that name, or MEMM_POOL_NONE.
-inline int poolNamed(const char *name)
-{
-    for (int pool = 0; pool < MEMM_MAX_POOLS; ++pool) {
-        const char *n = memm_poolname(pool);
-        if (n && std::string(n) == name)
-            return pool;
-    }
-    return MEMM_POOL_NONE;
-}
-
-inline uint32_t inUse(const char *name)
-{
-    uint32_t count = 0;
-    memm_get_stats(poolNamed(name), &count, nullptr, nullptr);
-    return count;
 }
 
 inline std::string text(CSdp *session)
