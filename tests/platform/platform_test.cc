@@ -1,14 +1,15 @@
 // The platform libraries: pool accounting, zero-filled reuse, hooks, double
 // frees and foreign pointers refused unread, the teardown's drain loop; the
 // 65535 string cap, growth from a string's own text, strict numbers, copies;
-// list duplicates, removal during walks, release order. Threads, the sort,
-// error texts and cut copies into the host's buffers: see the API tests.
+// list duplicates, removal during walks, release order; error texts. Threads,
+// the sort and cut copies into the host's buffers: see the API tests.
 #include <gtest/gtest.h>
 #include <string.h>
 
 #include <new>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "memm.h"
@@ -95,6 +96,19 @@ TEST(MemmRelease, ForeignPointersAreNeitherFreedNorTakenForRecords)
 // The pool must not be locked while its hook runs: these free a record of
 // their own pool, as in the teardown's drain loop. A second free must not
 // run the hook again nor put the record on the free list twice.
+// The host prints these texts next to the code, so each code it can get
+// needs a text of its own; the generic one is per thread.
+TEST(ErrorString, EveryUsedCodeHasItsOwnTextOthersNameTheirNumber)
+{
+    std::set<std::string> texts;
+    for (uint32_t code : {0u, 2u, 3u, 5u, 8u, 9u, 11u, 12u})
+        texts.insert(zvPbxGetErrorString(code));
+    EXPECT_EQ(8u, texts.size());
+    const char *mine = zvPbxGetErrorString(13);
+    std::thread([] { EXPECT_STREQ("Unknown error code 200", zvPbxGetErrorString(200)); }).join();
+    EXPECT_STREQ("Unknown error code 13", mine);
+}
+
 TEST_F(Platform, HooksFreeRecordsOfTheirOwnPoolOnceAndTheDrainLoopEmptiesIt)
 {
     std::vector<Rec *> all;
