@@ -16,10 +16,12 @@ function(zvsdp_runtime_library target)
     C_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
+  # Calls inside a library go straight to its own functions, not through
+  # the PLT: a host that interposes one of our symbols is not supported.
   target_compile_options(${target} PRIVATE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
-    -ffunction-sections -fdata-sections)
-  target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,--gc-sections)
+    -ffunction-sections -fdata-sections -fno-semantic-interposition)
+  target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,--gc-sections -Wl,-Bsymbolic-functions)
   # clang leaves the sanitizer runtime to the executable, so its sanitized
   # libraries have undefined references by design.
   if(NOT (ZVSDP_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))

@@ -6,7 +6,7 @@
 
 namespace zv {
 ClassModule g_mediaModule = {kModMedia, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
-                             PTHREAD_MUTEX_INITIALIZER};
+                             ClassMutex{true}};
 }  // namespace zv
 
 using namespace zv;

@@ -13,23 +13,16 @@ namespace {
 uint32_t g_apiInitialised;
 int g_apiDynstrPool = MEMM_POOL_NONE;
 
-void ClassModule::acquire()
+void ClassModule::lockFailed(bool unlocking, int rc)
 {
-    int rc = pthread_mutex_lock(&lock);
-    if (rc != 0 && logsLockErrors) {
-        char err[128];
-        ZV_LOGE_AS(log, "varLock", "Error locking mutex: %s\n", errorText(strerror_r(rc, err, sizeof err), err));
-    }
-}
-
-void ClassModule::release()
-{
-    int rc = pthread_mutex_unlock(&lock);
-    if (rc != 0 && logsLockErrors) {
-        char err[128];
-        ZV_LOGE_AS(log, "varRelease", "Error unlocking mutex: %s\n",
-                   errorText(strerror_r(rc, err, sizeof err), err));
-    }
+    if (!logsLockErrors)
+        return;
+    char err[128];
+    const char *text = errorText(strerror_r(rc, err, sizeof err), err);
+    if (unlocking)
+        ZV_LOGE_AS(log, "varRelease", "Error unlocking mutex: %s\n", text);
+    else
+        ZV_LOGE_AS(log, "varLock", "Error locking mutex: %s\n", text);
 }
 
 void ClassModule::freeAll()
@@ -46,22 +39,15 @@ void ClassModule::cleanUp()
     initialised = 0;
     freeAll();
     dynstrPool = MEMM_POOL_NONE;
-    if (recursive && lockReady) {
-        pthread_mutex_destroy(&lock);
+    if (recursive && lockReady)
         lockReady = false;
-    }
 }
 
 bool createRecursiveLock(ClassModule &m)
 {
-    pthread_mutexattr_t attr;
-    if (pthread_mutexattr_init(&attr) != 0)
-        return false;
-    bool ok = pthread_mutexattr_settype(&attr, PTHREAD_MUTEX_RECURSIVE) == 0 &&
-              pthread_mutex_init(&m.lock, &attr) == 0;
-    pthread_mutexattr_destroy(&attr);
-    m.lockReady = ok;
-    return ok;
+    m.lock.reset();
+    m.lockReady = true;
+    return true;
 }
 
 bool isPooledInstance(const ClassModule &m, const void *object)

@@ -2,9 +2,9 @@
 // pool, lock, trace level, string and list pools.
 #pragma once
 
-#include <pthread.h>
 #include <stdint.h>
 
+#include "class_mutex.h"
 #include "log.h"
 #include "memm.h"
 #include "zvcommon.h"
@@ -50,24 +50,37 @@ namespace zv {
 // State of one class module. Everything is zero at load except the handles.
 struct ClassModule {
     Module log;
-    bool recursive;        // CMedia, CPayload, CAttribute: a created recursive mutex
+    bool recursive;        // CMedia, CPayload, CAttribute: a recursive lock made by a start
     bool logsLockErrors;   // CSdp's static lock reports nothing
-    bool lockReady;        // the recursive mutex exists (created by a start)
+    bool lockReady;        // the recursive lock has been made by a start
     uint32_t initialised;
     int pool;
     int dynstrPool;
     int listPool;
-    pthread_mutex_t lock;
+    ClassMutex lock;
 
-    void acquire();
-    void release();
+    void acquire()
+    {
+        int rc = lock.lock();
+        if (rc != 0)
+            lockFailed(false, rc);
+    }
+    void release()
+    {
+        int rc = lock.unlock();
+        if (rc != 0)
+            lockFailed(true, rc);
+    }
+    // Logs a failed lock or unlock with the system's text, where the class
+    // reports them; the operation goes on regardless.
+    void lockFailed(bool unlocking, int rc) __attribute__((noinline, cold));
     // Frees every live object of the pool, so each release hook runs.
     void freeAll();
     // Class clean-up: flag, objects, string-pool handle, then the lock.
     void cleanUp();
 };
 
-// Creates the class's recursive mutex; false on failure.
+// Makes the class's recursive lock; false on failure.
 bool createRecursiveLock(ClassModule &m);
 
 // The shared part of every instance check: a live record of this pool.

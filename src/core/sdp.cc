@@ -7,7 +7,7 @@ namespace zv {
 // The CSdp lock is a plain static mutex that is never created or destroyed,
 // and it reports no lock errors.
 ClassModule g_sdpModule = {kModSdp, false, false, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
-                           PTHREAD_MUTEX_INITIALIZER};
+                           ClassMutex{false}};
 }  // namespace zv
 
 using namespace zv;
