@@ -116,6 +116,28 @@ const ZvSdpCodecEntry *firstRowByType(uint32_t payloadType)
     return nullptr;
 }
 
+}  // namespace
+
+namespace zv {
+
+// A payload needs its rtpmap line unless it is exactly the static entry of
+// the table that its number names: same number, name, clock and channels.
+bool rtpmapRequired(const CPayload *payload)
+{
+    if (payload->payloadType >= 96 || payload->rtpmapEnabled)
+        return true;
+    const ZvSdpCodecEntry *row = firstRowByType(payload->payloadType);
+    if (!row || row->payloadType != payload->payloadType)
+        return true;
+    if (payload->name && strcmp(row->encodingName, dynstr_cstr(payload->name)) != 0)
+        return true;
+    return row->clockRate != payload->clockRate || row->channels != payload->channels;
+}
+
+}  // namespace zv
+
+namespace {
+
 // The row of the payload's own name, through a copy of that name.
 // 0 and the column's value, or 5 for no copy, no row or a 0 in the column.
 uint32_t columnOfPayloadName(CPayload *payload, uint32_t ZvSdpCodecEntry::*column, uint32_t *out)
@@ -318,23 +340,8 @@ ZVSDP_API uint32_t zvSdpUpdateDynamicCodecPayloadType(const char *encodingName)
 
 ZVSDP_API uint32_t zvSdpPayLoadIsRtpmapGenerationRequired(CPayload *objHndl)
 {
-    if (zvSdpPayloadObjGetEnableRtpMap(objHndl))
-        return 1;
-    const ZvSdpCodecEntry *row = firstRowByType(zvSdpPayloadObjGetPayloadType(objHndl));
-    if (!row)
-        return 1;
-    // Read again on purpose: a payload renumbered meanwhile needs its line.
-    if (zvSdpPayloadObjGetPayloadType(objHndl) != row->payloadType)
-        return 1;
-    char *name = dynstr_strdup(zvSdpPayloadObjGetName(objHndl));
-    if (name && strcmp(row->encodingName, name) != 0) {
-        dynstr_strfree(name);
-        return 1;
-    }
-    dynstr_strfree(name);
-    if (row->clockRate != zvSdpPayloadObjGetClock(objHndl))
-        return 1;
-    return row->channels != zvSdpPayloadObjGetChannels(objHndl) ? 1 : 0;
+    ClassLock lock(g_payloadModule);
+    return rtpmapRequired(objHndl) ? 1 : 0;
 }
 
 }  // extern "C"

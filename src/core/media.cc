@@ -280,9 +280,7 @@ ZVSDP_API char *zvSdpMediaObjToString(CMedia *objHndl, char *buffer, uint32_t *l
     TextSink out(buffer, *length);
     // The m-line, then every rtpmap line, then every fmtp line, each group in
     // payload order: three passes over the payloads write it straight into
-    // the caller's buffer.
-    // Piece by piece rather than through printf: this runs several times
-    // per call the gateway answers, and the text is the same.
+    // the caller's buffer, piece by piece rather than through printf.
     out.append("m=", 2);
     out.append(mediaTypeWord(objHndl->mediaType));
     out.append(" ", 1);
@@ -290,41 +288,39 @@ ZVSDP_API char *zvSdpMediaObjToString(CMedia *objHndl, char *buffer, uint32_t *l
     out.append(" ", 1);
     out.append(transportWord(objHndl->transport));
     llist_t payloads = objHndl->payloads;
-    for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
-        out.append(" ", 1);
-        out.appendInt(static_cast<int>(zvSdpPayloadObjGetPayloadType(static_cast<CPayload *>(p))));
-    }
-    out.append("\n", 1);
-    dynstr_t rtpmap = nullptr;
-    for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
-        CPayload *payload = static_cast<CPayload *>(p);
-        if (!zvSdpPayLoadIsRtpmapGenerationRequired(payload))
-            continue;
-        if (!rtpmap)
-            rtpmap = dynstr_fromstr(M.dynstrPool, "");
-        if (zvSdpPayloadObjCreateRtpmap(payload, rtpmap)) {
-            out.append("a=rtpmap:", 9);
-            out.append(dynstr_cstr(rtpmap));
-            out.append("\n", 1);
-        }
-    }
-    dynstr_release(rtpmap);
-    for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
-        CPayload *payload = static_cast<CPayload *>(p);
-        dynstr_t fmtp = zvSdpPayloadObjGetFmtp(payload);
-        if (fmtp) {
-            out.append("a=fmtp:", 7);
-            out.appendInt(static_cast<int>(zvSdpPayloadObjGetPayloadType(payload)));
+    {
+        ClassLock payloadLock(g_payloadModule);
+        for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
             out.append(" ", 1);
-            out.append(dynstr_cstr(fmtp));
+            out.appendInt(static_cast<int>(static_cast<CPayload *>(p)->payloadType));
+        }
+        out.append("\n", 1);
+        for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
+            const CPayload *payload = static_cast<CPayload *>(p);
+            if (!rtpmapRequired(payload))
+                continue;
+            out.append("a=rtpmap:", 9);
+            appendRtpmap(out, payload);
             out.append("\n", 1);
         }
+        for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
+            const CPayload *payload = static_cast<CPayload *>(p);
+            if (payload->fmtp) {
+                out.append("a=fmtp:", 7);
+                out.appendInt(static_cast<int>(payload->payloadType));
+                out.append(" ", 1);
+                out.append(dynstr_cstr(payload->fmtp), dynstr_len(payload->fmtp));
+                out.append("\n", 1);
+            }
+        }
     }
+    ClassLock attributeLock(g_attrModule);
     for (void *a = llist_getnext(objHndl->attributes, nullptr); a; a = llist_getnext(objHndl->attributes, a)) {
+        // Each attribute line is cut as a 128-byte buffer would cut it.
         char line[kAttrLine];
-        uint32_t lineLength = sizeof line;
-        zvSdpAttrObjToString(static_cast<CAttribute *>(a), line, &lineLength);
-        out.append(line, lineLength);
+        TextSink attribute(line, sizeof line);
+        appendAttribute(attribute, static_cast<CAttribute *>(a));
+        out.append(line, attribute.length());
         out.append("\n", 1);
     }
     *length = out.length();

@@ -100,6 +100,17 @@ private:
     ClassModule &m_;
 };
 
+class TextSink;
+
+// Pieces of the object operations for callers that hold the class lock of
+// the record already (a media printing its payloads and attributes).
+// "<type> <name>/<clock>[/<channels>]", the text of an rtpmap line.
+void appendRtpmap(TextSink &out, const CPayload *payload);
+// "a=<name>[:<value>]", as an attribute prints itself.
+void appendAttribute(TextSink &out, const CAttribute *attribute);
+// The rtpmap-required test of the codec table on a locked payload.
+bool rtpmapRequired(const CPayload *payload);
+
 extern ClassModule g_sdpModule;
 extern ClassModule g_mediaModule;
 extern ClassModule g_payloadModule;

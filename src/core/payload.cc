@@ -217,32 +217,21 @@ ZVSDP_API void zvSdpPayloadObjSetEnableRtpMap(CPayload *objHndl, uint32_t enable
 ZVSDP_API struct dynstr_s *zvSdpPayloadObjCreateRtpmap(CPayload *objHndl, struct dynstr_s *out)
 {
     ClassLock lock(M);
-    char *name = dynstr_strdup(objHndl->name);
-    if (!name)
+    if (!objHndl->name)
         return out;
-    // Every printed rtpmap line comes through here: an ordinary line is put
-    // together on the stack and assigned in one go; only a name too long
-    // for that goes through the formatter.
+    // An ordinary line is put together on the stack and assigned in one go;
+    // only a name too long for that goes through the formatter.
     char line[128];
     TextSink text(line, sizeof line);
-    text.appendInt(static_cast<int>(objHndl->payloadType));
-    text.append(" ", 1);
-    text.append(name);
-    text.append("/", 1);
-    text.appendInt(static_cast<int>(objHndl->clockRate));
-    if (objHndl->channels >= 2) {
-        text.append("/", 1);
-        text.appendInt(static_cast<int>(objHndl->channels));
-    }
+    appendRtpmap(text, objHndl);
     if (text.length() < sizeof line - 1)
         dynstr_assign(out, line);
     else if (objHndl->channels < 2)
-        dynstr_printf(out, "%d %s/%d", static_cast<int>(objHndl->payloadType), name,
+        dynstr_printf(out, "%d %s/%d", static_cast<int>(objHndl->payloadType), dynstr_cstr(objHndl->name),
                       static_cast<int>(objHndl->clockRate));
     else
-        dynstr_printf(out, "%d %s/%d/%d", static_cast<int>(objHndl->payloadType), name,
+        dynstr_printf(out, "%d %s/%d/%d", static_cast<int>(objHndl->payloadType), dynstr_cstr(objHndl->name),
                       static_cast<int>(objHndl->clockRate), static_cast<int>(objHndl->channels));
-    dynstr_strfree(name);
     return out;
 }
 
@@ -283,3 +272,21 @@ ZVSDP_API uint32_t zvSdpPayloadObjGetAccessRights(CPayload *objHndl)
 }
 
 }  // extern "C"
+
+namespace zv {
+
+void appendRtpmap(TextSink &out, const CPayload *payload)
+{
+    out.appendInt(static_cast<int>(payload->payloadType));
+    out.append(" ", 1);
+    out.append(dynstr_cstr(payload->name), dynstr_len(payload->name));
+    out.append("/", 1);
+    out.appendInt(static_cast<int>(payload->clockRate));
+    // A channel count of 1 is what no count means.
+    if (payload->channels >= 2) {
+        out.append("/", 1);
+        out.appendInt(static_cast<int>(payload->channels));
+    }
+}
+
+}  // namespace zv

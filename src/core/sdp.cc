@@ -158,8 +158,9 @@ ZVSDP_API char *zvSdpObjToString(CSdp *objHndl, char *buffer, uint32_t *length)
     if (*length == 0)
         return buffer;
     ClassLock lock(M);
-    memset(buffer, 0, *length);
-    uint32_t remaining = *length;
+    ClassLock mediaLock(g_mediaModule);
+    uint32_t size = *length;
+    uint32_t remaining = size;
     char *position = buffer;
     for (void *m = llist_getnext(objHndl->media, nullptr); m; m = llist_getnext(objHndl->media, m)) {
         uint32_t written = remaining;
@@ -174,6 +175,9 @@ ZVSDP_API char *zvSdpObjToString(CSdp *objHndl, char *buffer, uint32_t *length)
         }
     }
     *length = static_cast<uint32_t>(position - buffer);
+    // The whole buffer ends up zero-filled past the text, as if it had been
+    // cleared first; clearing only what the text left is the same in less.
+    memset(position, 0, size - *length);
     return buffer;
 }
 

@@ -101,33 +101,149 @@ bool isPayloadLine(const char *name)
     return strcmp(name, "rtpmap") == 0 || strcmp(name, "fmtp") == 0;
 }
 
+// The rtpmap and fmtp entries of one stack media description, read once,
+// so that finding those of a payload number is a look through two small
+// arrays rather than a walk of the description for every number. The counts
+// come from the stack as addPayload always took them; an entry missing below
+// its count is remembered and reported where addPayload would meet it.
+class PayloadLines {
+public:
+    struct Rtpmap {
+        int number;
+        const char *name;
+        int clock;
+        int channels;
+    };
+    struct Fmtp {
+        bool named;  // only entries named "fmtp" count
+        bool numbered;
+        unsigned number;
+        const char *text;
+    };
+    static constexpr size_t kMax = 64;
+
+    explicit PayloadLines(const RvSdpMediaDescr *descr) : descr_(descr)
+    {
+        rtpmapCount_ = rvSdpGetNumOfSpecialAttr(descr, RVSDP_SPEC_ATTR_RTPMAP);
+        fmtpCount_ = rvSdpGetNumOfSpecialAttr(descr, RVSDP_SPEC_ATTR_FMTP);
+        if (rtpmapCount_ > kMax || fmtpCount_ > kMax) {
+            gathered_ = false;
+            return;
+        }
+        const RvSdpRtpMap *r = nullptr;
+        for (size_t i = 0; i < rtpmapCount_; ++i) {
+            r = i == 0 ? rvSdpGetFirstSpecialAttr(descr, RVSDP_SPEC_ATTR_RTPMAP)
+                       : rvSdpGetNextSpecialAttr(r, RVSDP_SPEC_ATTR_RTPMAP);
+            if (!r) {
+                rtpmapCount_ = i;
+                rtpmapBroken_ = true;
+                break;
+            }
+            rtpmaps_[i] = {rvSdpRtpMapGetPayload(r), rvSdpRtpMapGetEncodingName(r), rvSdpRtpMapGetClockRate(r),
+                           rvSdpRtpMapGetChannels(r)};
+        }
+        const RvSdpAttribute *f = nullptr;
+        for (size_t i = 0; i < fmtpCount_; ++i) {
+            f = i == 0 ? rvSdpGetFirstSpecialAttr(descr, RVSDP_SPEC_ATTR_FMTP)
+                       : rvSdpGetNextSpecialAttr(f, RVSDP_SPEC_ATTR_FMTP);
+            if (!f) {
+                fmtpCount_ = i;
+                fmtpBroken_ = true;
+                break;
+            }
+            Fmtp &e = fmtps_[i];
+            e.named = strcmp(orEmpty(rvSdpAttributeGetName(f)), "fmtp") == 0;
+            e.text = e.named ? attributeValue(f) : "";
+            e.numbered = e.named && scanUnsigned(e.text, &e.number);
+        }
+    }
+
+    CPayload *addPayload(CMedia *media, int payloadNumber) const;
+
+private:
+    // addPayload as it reads the stack when a description has more entries
+    // than the arrays hold.
+    CPayload *addPayloadFromStack(CMedia *media, int payloadNumber) const;
+
+    const RvSdpMediaDescr *descr_;
+    bool gathered_ = true;
+    bool rtpmapBroken_ = false;
+    bool fmtpBroken_ = false;
+    size_t rtpmapCount_ = 0;
+    size_t fmtpCount_ = 0;
+    Rtpmap rtpmaps_[kMax];
+    Fmtp fmtps_[kMax];
+};
+
+void addRtpmapPayload(CMedia *media, int payloadNumber, const char *name, int clock, int channels,
+                      CPayload **payload)
+{
+    zvSdpMediaAddPayload(media, static_cast<uint32_t>(payloadNumber), orEmpty(name),
+                         clock == -1 ? 8000u : static_cast<uint32_t>(clock),
+                         channels < 1 ? 1u : static_cast<uint32_t>(channels), nullptr, payload);
+}
+
+void applyFmtp(CPayload *payload, const char *text)
+{
+    char parameters[kFmtpLimit + 1];
+    parameters[0] = '\0';
+    if (const char *blank = strchr(text, ' ')) {
+        size_t n = strnlen(blank + 1, kFmtpLimit);
+        memcpy(parameters, blank + 1, n);
+        parameters[n] = '\0';
+    }
+    // An fmtp line without parameters hands on "", which is refused.
+    zvSdpPayloadAddFmtp(payload, parameters);
+}
+
 // One payload number of a stack media description into a payload of `media`:
 // every rtpmap naming the number adds one (the last is kept), else the codec
 // table supplies it; then every fmtp naming it is applied.
-CPayload *addPayload(CMedia *media, const RvSdpMediaDescr *descr, int payloadNumber)
+CPayload *PayloadLines::addPayload(CMedia *media, int payloadNumber) const
+{
+    if (!gathered_)
+        return addPayloadFromStack(media, payloadNumber);
+    CPayload *payload = nullptr;
+    for (size_t i = 0; i < rtpmapCount_; ++i) {
+        const Rtpmap &r = rtpmaps_[i];
+        if (r.number == payloadNumber)
+            addRtpmapPayload(media, payloadNumber, r.name, r.clock, r.channels, &payload);
+    }
+    if (rtpmapBroken_) {
+        ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetRtpMap returned NULL\n");
+        return nullptr;
+    }
+    if (!payload)
+        zvSdpMediaAddPayloadFromPayloadType(media, static_cast<uint32_t>(payloadNumber), &payload);
+    for (size_t i = 0; i < fmtpCount_; ++i) {
+        const Fmtp &f = fmtps_[i];
+        if (f.numbered && f.number == static_cast<unsigned>(payloadNumber))
+            applyFmtp(payload, f.text);
+    }
+    if (fmtpBroken_) {
+        ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetFmtp returned NULL\n");
+        return nullptr;
+    }
+    return payload;
+}
+
+CPayload *PayloadLines::addPayloadFromStack(CMedia *media, int payloadNumber) const
 {
     CPayload *payload = nullptr;
-    size_t rtpmaps = rvSdpGetNumOfSpecialAttr(descr, RVSDP_SPEC_ATTR_RTPMAP);
-    for (size_t i = 0; i < rtpmaps; ++i) {
-        const RvSdpRtpMap *rtpmap = rvSdpGetSpecialAttr(descr, i, RVSDP_SPEC_ATTR_RTPMAP);
+    for (size_t i = 0; i < rtpmapCount_; ++i) {
+        const RvSdpRtpMap *rtpmap = rvSdpGetSpecialAttr(descr_, i, RVSDP_SPEC_ATTR_RTPMAP);
         if (!rtpmap) {
             ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetRtpMap returned NULL\n");
             return nullptr;
         }
-        if (rvSdpRtpMapGetPayload(rtpmap) != payloadNumber)
-            continue;
-        int clock = rvSdpRtpMapGetClockRate(rtpmap);
-        int channels = rvSdpRtpMapGetChannels(rtpmap);
-        zvSdpMediaAddPayload(media, static_cast<uint32_t>(payloadNumber), orEmpty(rvSdpRtpMapGetEncodingName(rtpmap)),
-                             clock == -1 ? 8000u : static_cast<uint32_t>(clock),
-                             channels < 1 ? 1u : static_cast<uint32_t>(channels), nullptr, &payload);
+        if (rvSdpRtpMapGetPayload(rtpmap) == payloadNumber)
+            addRtpmapPayload(media, payloadNumber, rvSdpRtpMapGetEncodingName(rtpmap),
+                             rvSdpRtpMapGetClockRate(rtpmap), rvSdpRtpMapGetChannels(rtpmap), &payload);
     }
     if (!payload)
         zvSdpMediaAddPayloadFromPayloadType(media, static_cast<uint32_t>(payloadNumber), &payload);
-
-    size_t fmtps = rvSdpGetNumOfSpecialAttr(descr, RVSDP_SPEC_ATTR_FMTP);
-    for (size_t i = 0; i < fmtps; ++i) {
-        const RvSdpAttribute *fmtp = rvSdpGetSpecialAttr(descr, i, RVSDP_SPEC_ATTR_FMTP);
+    for (size_t i = 0; i < fmtpCount_; ++i) {
+        const RvSdpAttribute *fmtp = rvSdpGetSpecialAttr(descr_, i, RVSDP_SPEC_ATTR_FMTP);
         if (!fmtp) {
             ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetFmtp returned NULL\n");
             return nullptr;
@@ -136,13 +252,8 @@ CPayload *addPayload(CMedia *media, const RvSdpMediaDescr *descr, int payloadNum
             continue;
         const char *text = attributeValue(fmtp);
         unsigned number = 0;
-        if (!scanUnsigned(text, &number) || number != static_cast<unsigned>(payloadNumber))
-            continue;
-        char parameters[kFmtpLimit + 1] = {0};
-        if (const char *blank = strchr(text, ' '))
-            strncpy(parameters, blank + 1, kFmtpLimit);
-        // An fmtp line without parameters hands on "", which is refused.
-        zvSdpPayloadAddFmtp(payload, parameters);
+        if (scanUnsigned(text, &number) && number == static_cast<unsigned>(payloadNumber))
+            applyFmtp(payload, text);
     }
     return payload;
 }
@@ -150,6 +261,7 @@ CPayload *addPayload(CMedia *media, const RvSdpMediaDescr *descr, int payloadNum
 // Copies the stack's attribute lines (bar rtpmap and fmtp) onto the media.
 void addAttributes(CMedia *media, RvSdpMediaDescr *descr)
 {
+    ClassLock attributes(g_attrModule);
     RvSdpList *list = rvSdpMediaDescrGetAttributeList(descr);
     for (void *item = rvSdpListGetFirst(list); item; item = rvSdpListGetNext(list, item)) {
         const RvSdpAttribute *attribute = static_cast<const RvSdpAttribute *>(item);
@@ -174,9 +286,10 @@ ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHnd
     }
     *objHndl = nullptr;
 
-    char work[kTextLimit + 1] = {0};
-    strncpy(work, sdpBuffer, kTextLimit);
-    uint32_t length = static_cast<uint32_t>(strlen(work));
+    char work[kTextLimit + 1];
+    uint32_t length = static_cast<uint32_t>(strnlen(sdpBuffer, kTextLimit));
+    memcpy(work, sdpBuffer, length);
+    work[length] = '\0';
     int status = 0;
     // A text of this size keeps the message free of heap memory, so the two
     // failure paths below that leave it undestructed lose nothing.
@@ -213,20 +326,28 @@ ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHnd
             zvSdpObjDestruct(session);
             return ZVSDP_RC_TRANSPORT;
         }
+        // The media is built under its class lock, its payloads under theirs
+        // and then its attributes under theirs: one acquisition of each
+        // rather than one per step.
+        ClassLock building(g_mediaModule);
         int port = rvSdpMediaDescrGetPort(descr);
         zvSdpMediaObjSetPort(media, port < 0 ? 0u : static_cast<uint32_t>(port));
         zvSdpMediaObjSetSupported(media, port > 0 ? 1 : 0);
-        uint16_t formats = rvSdpMediaDescrGetNumOfPayloads(descr);
-        for (uint16_t i = 0; i < formats; ++i)
-            addPayload(media, descr, rvSdpMediaDescrGetPayload(descr, i));
+        PayloadLines lines(descr);
+        {
+            ClassLock payloads(g_payloadModule);
+            uint16_t formats = rvSdpMediaDescrGetNumOfPayloads(descr);
+            for (uint16_t i = 0; i < formats; ++i)
+                lines.addPayload(media, rvSdpMediaDescrGetPayload(descr, i));
+        }
         addAttributes(media, descr);
     }
     rvSdpMsgDestruct(&message);
 
-    // Print check: a session that prints nothing is no offer.
-    length = sizeof work;
-    zvSdpObjToString(session, work, &length);
-    if (length == 0) {
+    // Print check: a session that prints nothing is no offer. Every media
+    // prints at least its m-line, and no object's print logs or keeps
+    // anything, so a session prints nothing exactly when it has no media.
+    if (!zvSdpObjGetMedia(session, nullptr)) {
         ZV_LOGC(kModApi, "zvSdpConstructFromString failed, invalid SDP construction!");
         zvSdpObjDestruct(session);
         return ZVSDP_RC_INVALID;
@@ -293,6 +414,7 @@ ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, RvSdpMsg *rvSdp)
             break;
         }
 
+        PayloadLines lines(descr);
         int formats = rvSdpMediaDescrGetNumOfPayloads(descr);
         for (int i = 0; i < formats; ++i) {
             int number = rvSdpMediaDescrGetPayload(descr, i);
@@ -307,7 +429,7 @@ ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, RvSdpMsg *rvSdp)
                 }
                 continue;
             }
-            if (!addPayload(media, descr, number))
+            if (!lines.addPayload(media, number))
                 ZV_LOGD(kModApi, "Failed to add payloadtype (index=%d, id=%d)", i, number);
         }
 

@@ -93,7 +93,8 @@ ZVSDP_API uint32_t zvSdpToString(CSdp *sdpObj, char *streamBuffer, uint32_t *len
                 vp(streamBuffer), vp(length));
         return ZVSDP_RC_INVALID;
     }
-    memset(streamBuffer, 0, *length);
+    // The session's print zero-fills whatever its text leaves of the buffer,
+    // which is all the clearing the buffer needs.
     zvSdpObjToString(sdpObj, streamBuffer, length);
     return ZVSDP_RC_OK;
 }
