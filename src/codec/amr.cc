@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "guard.h"
+#include "text_sink.h"
 
 using namespace zv;
 
@@ -18,30 +19,43 @@ bool isSingleDigit(const char *value)
     return value[0] >= '0' && value[0] <= '9' && value[1] == '\0';
 }
 
-// Appends "key value" to the fmtp text, with ";" before every item but the
-// first, never writing past the buffer.
+// The kind named by an encoding name; AMR names are told apart exactly.
+ZvSdpAmrType kindOfName(const char *name)
+{
+    if (!name || name[0] != 'A' || name[1] != 'M' || name[2] != 'R')
+        return ZVSDP_AMR_TYPE_NONE;
+    if (name[3] == '\0')
+        return ZVSDP_AMR_TYPE_NB;
+    return strcmp(name + 3, "-WB") == 0 ? ZVSDP_AMR_TYPE_WB : ZVSDP_AMR_TYPE_NONE;
+}
+
+// Appends "key value" items to the fmtp text, with ";" before every item but
+// the first, cut at the buffer's end as a bounded print would cut it.
 class FmtpWriter {
 public:
-    FmtpWriter(char *buffer, uint32_t size) : buf_(buffer), size_(size) { buf_[0] = '\0'; }
+    FmtpWriter(char *buffer, uint32_t size) : out_(buffer, size) {}
 
-    void item(const char *key, int value)
+    void item(const char *key, size_t keyLength, int value)
     {
-        size_t used = strlen(buf_);
-        if (used + 1 < size_)
-            snprintf(buf_ + used, size_ - used, "%s%s%d", used == 0 ? "" : ";", key, value);
+        if (out_.length() != 0)
+            out_.append(";", 1);
+        out_.append(key, keyLength);
+        out_.appendInt(value);
     }
 
     void more(int value)
     {
-        size_t used = strlen(buf_);
-        if (used + 1 < size_)
-            snprintf(buf_ + used, size_ - used, "%s%d", ",", value);
+        out_.append(",", 1);
+        out_.appendInt(value);
     }
 
+    uint32_t length() const { return out_.length(); }
+
 private:
-    char *buf_;
-    uint32_t size_;
+    TextSink out_;
 };
+
+#define ZV_KEY(text) text, sizeof text - 1
 
 }  // namespace
 
@@ -51,19 +65,12 @@ ZVSDP_API uint32_t zvSdpPayloadAmrGetType(CPayload *objHndl, ZvSdpAmrType *type)
 {
     if (!objHndl || !type)
         return ZVSDP_RC_INVALID;
-    char name[32];
-    uint32_t length = sizeof name;
-    uint32_t rc = zvSdpPayloadGetEncodingName(objHndl, name, &length);
-    if (rc != ZVSDP_RC_OK) {
+    // Reading the name fails only before the library is started.
+    if (!g_apiInitialised) {
         ZV_LOGE(kModApi, "Error in getting the encoding name!");
-        return rc;
+        return ZVSDP_RC_NOT_ALLOWED;
     }
-    if (strcmp(name, "AMR") == 0)
-        *type = ZVSDP_AMR_TYPE_NB;
-    else if (strcmp(name, "AMR-WB") == 0)
-        *type = ZVSDP_AMR_TYPE_WB;
-    else
-        *type = ZVSDP_AMR_TYPE_NONE;
+    *type = amrKind(objHndl);
     return ZVSDP_RC_OK;
 }
 
@@ -77,19 +84,15 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
         ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p, &retval=%p", vp(objHndl), vp(retval));
         return ZVSDP_RC_INVALID;
     }
-    ZvSdpAmrType kind = ZVSDP_AMR_TYPE_NONE;
-    uint32_t rc = zvSdpPayloadAmrGetType(objHndl, &kind);
-    if (rc != ZVSDP_RC_OK)
-        return rc;
+    // Name, fmtp, channels and the table's packet time are read under one
+    // acquisition of the payload lock.
+    ClassLock lock(g_payloadModule);
+    ZvSdpAmrType kind = amrKind(objHndl);
     if (kind == ZVSDP_AMR_TYPE_NONE)
         return ZVSDP_RC_INVALID;
+    // The text is cut up in place, so it is copied (as much as 512 bytes hold).
     char fmtp[kFmtpBuffer];
-    uint32_t length = sizeof fmtp;
-    rc = zvSdpPayloadGetFmtp(objHndl, fmtp, &length);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "Error in getting the fmtp! err=%x", rc);
-        return rc;
-    }
+    dynstr_strncpy(fmtp, objHndl->fmtp, kFmtpBuffer - 1);
     memset(retval, 0, sizeof *retval);
 
     char modeSet[32] = {0};
@@ -139,14 +142,9 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
     } else {
         retval->modeSet = kind == ZVSDP_AMR_TYPE_WB ? kFullWideBand : kFullNarrowBand;
     }
-    if (retval->channels == 0) {
-        uint32_t channels = 0;
-        zvSdpPayloadGetChannels(objHndl, &channels);
-        retval->channels = static_cast<int32_t>(channels);
-    }
-    uint32_t ptime = 0;
-    if (zvSdpPayloadGetDefaultPtime(objHndl, &ptime) == ZVSDP_RC_OK)
-        retval->ptime = ptime;
+    if (retval->channels == 0)
+        retval->channels = static_cast<int32_t>(objHndl->channels);
+    retval->ptime = defaultPtimeOf(objHndl);
     // Parsed records always write max-red back (see the writer).
     retval->maxRedLimit = 0;
     return ZVSDP_RC_OK;
@@ -163,11 +161,7 @@ ZVSDP_API uint32_t zvSdpPayloadAmrTranslateConfigToFmtp(CPayload *objHndl, const
         ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
         return ZVSDP_RC_INVALID;
     }
-    ZvSdpAmrType kind = ZVSDP_AMR_TYPE_NONE;
-    if (zvSdpPayloadAmrGetType(objHndl, &kind) != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZvSdpAmrType kind = amrKind(objHndl);
     if (kind == ZVSDP_AMR_TYPE_NONE)
         return ZVSDP_RC_INVALID;
 
@@ -181,24 +175,24 @@ ZVSDP_API uint32_t zvSdpPayloadAmrTranslateConfigToFmtp(CPayload *objHndl, const
             if (!(config->modeSet & (1u << mode)))
                 continue;
             if (first)
-                out.item("mode-set=", mode);
+                out.item(ZV_KEY("mode-set="), mode);
             else
                 out.more(mode);
             first = false;
         }
     }
     if (config->octetAlign == 1)
-        out.item("octet-align=", 1);
+        out.item(ZV_KEY("octet-align="), 1);
     if (config->channels != 0)
-        out.item("channels=", config->channels);
+        out.item(ZV_KEY("channels="), config->channels);
     if (config->modeChangeNeighbor == 1)
-        out.item("mode-change-neighbor=", 1);
-    out.item("mode-change-capability=", static_cast<int>(config->modeChangeCapability));
+        out.item(ZV_KEY("mode-change-neighbor="), 1);
+    out.item(ZV_KEY("mode-change-capability="), static_cast<int>(config->modeChangeCapability));
     if (config->modeChangePeriod == 2)
-        out.item("mode-change-period=", 2);
+        out.item(ZV_KEY("mode-change-period="), 2);
     if (config->maxRedLimit < 241u)
-        out.item("max-red=", config->maxRed);
-    *length = static_cast<uint32_t>(strlen(buffer));
+        out.item(ZV_KEY("max-red="), config->maxRed);
+    *length = out.length();
     return ZVSDP_RC_OK;
 }
 
@@ -243,3 +237,13 @@ ZVSDP_API uint32_t zvSdpMediaPayloadAmrGetCommonModes(uint32_t modes1, uint32_t 
 }
 
 }  // extern "C"
+
+namespace zv {
+
+ZvSdpAmrType amrKind(CPayload *payload)
+{
+    ClassLock lock(g_payloadModule);
+    return kindOfName(dynstr_cstr(payload->name));
+}
+
+}  // namespace zv

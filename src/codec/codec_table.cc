@@ -134,6 +134,12 @@ bool rtpmapRequired(const CPayload *payload)
     return row->clockRate != payload->clockRate || row->channels != payload->channels;
 }
 
+uint32_t defaultPtimeOf(const CPayload *payload)
+{
+    const ZvSdpCodecEntry *row = payload->name ? firstRowByName(dynstr_cstr(payload->name)) : nullptr;
+    return row ? row->defaultPtime : 0;
+}
+
 }  // namespace zv
 
 namespace {

@@ -24,6 +24,14 @@ uint32_t getNumberOfMediaDescriptors(CSdp *sdp, uint32_t *count)
     return rc;
 }
 
+// The name test of the walks that read names into a buffer of their own; a
+// name too long for it cannot be "telephone-event" either way. The caller
+// holds the payload lock.
+bool isTelephoneEvent(const CPayload *payload)
+{
+    return dynstr_strcmp2(payload->name, "telephone-event") == 0;
+}
+
 // Merges the remote common payload's AMR parameters (k) into a payload of
 // the answer (p).
 uint32_t updateAmrParamsWithCommonPayload(CPayload *p, CPayload *k)
@@ -78,6 +86,8 @@ void matchAmrParamsWithCommonPayload(CSdp *newCaps, CPayload *common)
         ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
         return;
     }
+    ClassLock mediaLock(g_mediaModule);
+    ClassLock payloadLock(g_payloadModule);
     CPayload *payload = nullptr;
     rc = zvSdpMediaGetFirstPayload(media, &payload);
     if (rc != ZVSDP_RC_OK)
@@ -120,10 +130,10 @@ ZVSDP_API uint32_t zvSdpPayloadComparePayloads(CPayload *objHndl, CPayload *objH
         ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, objHndl2=%p", vp(objHndl), vp(objHndl2));
         return ZVSDP_RC_INVALID;
     }
+    ClassLock lock(g_payloadModule);
     // Payloads of one AMR band are one codec, whatever their parameters.
-    ZvSdpAmrType kind1 = ZVSDP_AMR_TYPE_NONE, kind2 = ZVSDP_AMR_TYPE_NONE;
-    if (zvSdpPayloadAmrGetType(objHndl, &kind1) == ZVSDP_RC_OK &&
-        zvSdpPayloadAmrGetType(objHndl2, &kind2) == ZVSDP_RC_OK && kind1 == kind2 && kind1 != ZVSDP_AMR_TYPE_NONE) {
+    ZvSdpAmrType kind1 = amrKind(objHndl);
+    if (kind1 != ZVSDP_AMR_TYPE_NONE && kind1 == amrKind(objHndl2)) {
         *equal = 1;
         return ZVSDP_RC_OK;
     }
@@ -163,19 +173,15 @@ ZVSDP_API uint32_t zvSdpHelperGetFirstCommonPayload(CMedia *first, CMedia *secon
         return ZVSDP_RC_OK;
     }
 
-    // The first media's order decides; the second's picks the partner.
+    // The first media's order decides; the second's picks the partner. The
+    // search is one operation on the two media and their payloads.
+    ClassLock mediaLock(g_mediaModule);
+    ClassLock payloadLock(g_payloadModule);
     CPayload *p = nullptr;
     rc = zvSdpMediaGetFirstPayload(first, &p);
     while (rc == ZVSDP_RC_OK && p) {
-        char name[32];
-        uint32_t length = sizeof name;
-        rc = zvSdpPayloadGetEncodingName(p, name, &length);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
-            return rc;
-        }
         // Telephone events are never what a stream is served with.
-        if (strcmp(name, "telephone-event") != 0) {
+        if (!isTelephoneEvent(p)) {
             CPayload *q = nullptr;
             uint32_t inner = zvSdpMediaGetFirstPayload(second, &q);
             while (inner == ZVSDP_RC_OK && q) {

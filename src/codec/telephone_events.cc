@@ -25,6 +25,8 @@ int removePayloadFromSdpMedia(CMedia *media, CPayload *payload)
     return 1;
 }
 
+uint32_t correctStepByStep(CMedia *mediaObj);
+
 // 1 when the media holds a payload at `rate` that is a telephone event
 // (wantEvents) or anything else (!wantEvents); the first one found is
 // removed when asked.
@@ -38,12 +40,9 @@ int zvSdpMediaHandleTelephoneEventForClockRate(CMedia *media, uint32_t rate, boo
         return 0;
     }
     while (payload) {
-        char name[100];
-        uint32_t length = sizeof name;
-        rc = zvSdpPayloadGetEncodingName(payload, name, &length);
-        if (rc != ZVSDP_RC_OK)
-            break;
-        bool isEvent = strcmp(name, "telephone-event") == 0;
+        // The name is read in place; one too long for the 100 bytes it was
+        // once read into is no telephone event either way.
+        bool isEvent = dynstr_strcmp2(payload->name, "telephone-event") == 0;
         if (isEvent == wantEvents) {
             uint32_t clock = 0;
             rc = zvSdpPayloadGetClock(payload, &clock);
@@ -99,6 +98,23 @@ ZVSDP_API uint32_t zvSdpMediaDumpAllPayloads(CMedia *mediaObj)
 
 ZVSDP_API uint32_t zvSdpMediaCorrectForRfc2833DtmfClockRate(CMedia *mediaObj)
 {
+    // Before the library is started every walk fails on its first step;
+    // that path logs what each step reports, so it keeps to the steps.
+    if (!g_apiInitialised || !mediaObj)
+        return correctStepByStep(mediaObj);
+    // One operation on the media and its payloads: the locks are taken once
+    // for the four searches and the removals.
+    ClassLock mediaLock(g_mediaModule);
+    ClassLock payloadLock(g_payloadModule);
+    return correctStepByStep(mediaObj);
+}
+
+}  // extern "C"
+
+namespace {
+
+uint32_t correctStepByStep(CMedia *mediaObj)
+{
     zvSdpMediaDumpAllPayloads(mediaObj);
     int codec8k = zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 8000, false, false);
     int codec16k = zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 16000, false, false);
@@ -115,6 +131,10 @@ ZVSDP_API uint32_t zvSdpMediaCorrectForRfc2833DtmfClockRate(CMedia *mediaObj)
     zvSdpMediaDumpAllPayloads(mediaObj);
     return ZVSDP_RC_OK;
 }
+
+}  // namespace
+
+extern "C" {
 
 ZVSDP_API uint32_t zvSdpFilterTelephoneEventsForAdvertisedCodecs(CSdp *sdp)
 {

@@ -132,15 +132,21 @@ ZVSDP_API CMedia *zvSdpMediaObjConstructCopy(CMedia *source)
     m->port = source->port;
     // The in-band DTMF flag belongs to the call that set it: copies start at 0.
     m->inbandDtmf = 0;
-    for (void *p = llist_getnext(source->payloads, nullptr); p; p = llist_getnext(source->payloads, p)) {
-        CPayload *copy = zvSdpPayloadObjConstructCopy(static_cast<CPayload *>(p));
-        if (copy && llist_addobject(&m->payloads, copy, M.listPool) != 0)
-            zvSdpPayloadObjDestruct(copy);
+    {
+        ClassLock payloadLock(g_payloadModule);
+        for (void *p = llist_getnext(source->payloads, nullptr); p; p = llist_getnext(source->payloads, p)) {
+            CPayload *copy = zvSdpPayloadObjConstructCopy(static_cast<CPayload *>(p));
+            if (copy && llist_addobject(&m->payloads, copy, M.listPool) != 0)
+                zvSdpPayloadObjDestruct(copy);
+        }
     }
-    for (void *a = llist_getnext(source->attributes, nullptr); a; a = llist_getnext(source->attributes, a)) {
-        CAttribute *copy = zvSdpAttrObjConstructCopy(static_cast<CAttribute *>(a));
-        if (copy && llist_addobject(&m->attributes, copy, M.listPool) != 0)
-            zvSdpAttrObjDestruct(copy);
+    {
+        ClassLock attributeLock(g_attrModule);
+        for (void *a = llist_getnext(source->attributes, nullptr); a; a = llist_getnext(source->attributes, a)) {
+            CAttribute *copy = zvSdpAttrObjConstructCopy(static_cast<CAttribute *>(a));
+            if (copy && llist_addobject(&m->attributes, copy, M.listPool) != 0)
+                zvSdpAttrObjDestruct(copy);
+        }
     }
     return checked(m);
 }
@@ -371,8 +377,12 @@ ZVSDP_API void zvSdpMediaObjSetAccessRights(CMedia *objHndl, uint32_t rights)
 {
     ClassLock lock(M);
     objHndl->rights = rights;
-    for (void *p = llist_getnext(objHndl->payloads, nullptr); p; p = llist_getnext(objHndl->payloads, p))
-        zvSdpPayloadObjSetAccessRights(static_cast<CPayload *>(p), rights);
+    {
+        ClassLock payloadLock(g_payloadModule);
+        for (void *p = llist_getnext(objHndl->payloads, nullptr); p; p = llist_getnext(objHndl->payloads, p))
+            zvSdpPayloadObjSetAccessRights(static_cast<CPayload *>(p), rights);
+    }
+    ClassLock attributeLock(g_attrModule);
     for (void *a = llist_getnext(objHndl->attributes, nullptr); a; a = llist_getnext(objHndl->attributes, a))
         zvSdpAttrObjSetAccessRights(static_cast<CAttribute *>(a), rights);
 }

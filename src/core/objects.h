@@ -110,6 +110,11 @@ void appendRtpmap(TextSink &out, const CPayload *payload);
 void appendAttribute(TextSink &out, const CAttribute *attribute);
 // The rtpmap-required test of the codec table on a locked payload.
 bool rtpmapRequired(const CPayload *payload);
+// The codec table's default packet time for a locked payload's name; 0 when
+// no row has the name.
+uint32_t defaultPtimeOf(const CPayload *payload);
+// The AMR band of a payload by its name (takes the payload lock).
+ZvSdpAmrType amrKind(CPayload *payload);
 
 extern ClassModule g_sdpModule;
 extern ClassModule g_mediaModule;

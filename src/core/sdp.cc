@@ -40,6 +40,7 @@ CSdp *checked(CSdp *s)
 // Appends copies of every media of `from`; the caller holds the lock.
 void appendCopies(CSdp *to, CSdp *from)
 {
+    ClassLock mediaLock(g_mediaModule);
     for (void *m = llist_getnext(from->media, nullptr); m; m = llist_getnext(from->media, m)) {
         CMedia *copy = zvSdpMediaObjConstructCopy(static_cast<CMedia *>(m));
         if (copy && llist_addobject(&to->media, copy, M.listPool) != 0)
