@@ -265,6 +265,21 @@ void cycle(benchmark::State &state, const Offer *offer)
     reportAllocations(state, before);
 }
 
+// Host threads answering at once, each on sessions of its own against the
+// one shared local session: cycles per second of all threads together,
+// against wall time.
+void hostThreads(benchmark::State &state, const Offer *offer)
+{
+    char answer[1024];
+    for (auto _ : state) {
+        uint32_t length = sizeof answer;
+        if (fullCycle(offer->text.c_str(), answer, &length) != ZVSDP_RC_OK)
+            state.SkipWithError("cycle failed");
+        benchmark::DoNotOptimize(length);
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
 #ifdef ZVSDP_HAVE_OSIP2
 // osip2's parse + print, which is all its SDP support does.
 int osipParsePrint(const char *text)
@@ -362,6 +377,12 @@ int main(int argc, char **argv)
         benchmark::RegisterBenchmark(("negotiate/" + o.name).c_str(), negotiate, &o);
         benchmark::RegisterBenchmark(("to_string/" + o.name).c_str(), toString, &o);
         benchmark::RegisterBenchmark(("full_cycle/" + o.name).c_str(), cycle, &o);
+        if (o.name == "gateway")
+            benchmark::RegisterBenchmark(("host_threads/" + o.name).c_str(), hostThreads, &o)
+                ->Threads(1)
+                ->Threads(2)
+                ->Threads(4)
+                ->UseRealTime();
 #ifdef ZVSDP_HAVE_OSIP2
         benchmark::RegisterBenchmark(("osip2_parse_print/" + o.name).c_str(), osipParse, &o);
 #endif
