@@ -103,7 +103,7 @@ const char *nameOf(const EnumName (&names)[N], uint32_t value, const char *unkno
 const ZvSdpCodecEntry *firstRowByName(const char *name)
 {
     for (const ZvSdpCodecEntry &row : zvSdpCodecTable)
-        if (strcmp(row.encodingName, name) == 0)
+        if (sameCodecName(row.encodingName, name))
             return &row;
     return nullptr;
 }
@@ -260,7 +260,7 @@ ZVSDP_API uint32_t zvSdpMediaGetBitRateFromEncodingName(const char *encodingName
     *bitRate = 0;
     // The last row of the name wins here, unlike every other lookup.
     for (const ZvSdpCodecEntry &row : zvSdpCodecTable)
-        if (strcmp(row.encodingName, encodingName) == 0)
+        if (sameCodecName(row.encodingName, encodingName))
             *bitRate = row.bitRate;
     return ZVSDP_RC_OK;
 }
@@ -295,7 +295,7 @@ ZVSDP_API uint32_t zvSdpPayloadGetPayloadTypeFromEncodingNameAndSampleRate(uint3
     // Telephone events exist at two rates; every other name ignores the clock.
     bool byRate = strncmp(encodingName, "telephone-event", 15) == 0;
     for (const ZvSdpCodecEntry &row : zvSdpCodecTable) {
-        if (strcmp(row.encodingName, encodingName) != 0 || (byRate && row.clockRate != clockRate))
+        if (!sameCodecName(row.encodingName, encodingName) || (byRate && row.clockRate != clockRate))
             continue;
         *pt = row.payloadType;
         break;
@@ -336,7 +336,7 @@ ZVSDP_API uint32_t zvSdpUpdateDynamicCodecPayloadType(const char *encodingName)
     if (freeType == 0)
         return ZVSDP_RC_INVALID;
     for (ZvSdpCodecEntry &row : zvSdpCodecTable) {
-        if (strcmp(row.encodingName, encodingName) == 0) {
+        if (sameCodecName(row.encodingName, encodingName)) {
             row.payloadType = freeType;
             break;
         }

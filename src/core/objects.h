@@ -3,6 +3,7 @@
 #pragma once
 
 #include <stdint.h>
+#include <string.h>
 
 #include "class_mutex.h"
 #include "log.h"
@@ -101,6 +102,13 @@ private:
 };
 
 class TextSink;
+
+// Exact name equality for scans of the codec table: most rows differ in
+// their first letter, which is tested before anything is called.
+inline bool sameCodecName(const char *rowName, const char *name)
+{
+    return rowName[0] == name[0] && strcmp(rowName, name) == 0;
+}
 
 // Pieces of the object operations for callers that hold the class lock of
 // the record already (a media printing its payloads and attributes).

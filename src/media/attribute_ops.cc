@@ -213,7 +213,7 @@ ZVSDP_API uint32_t zvSdpMediaGetPtime(CMedia *mediaHndl, CPayload *payloadHndl, 
     uint32_t rc = ZVSDP_RC_INVALID;
     if (name) {
         for (const ZvSdpCodecEntry &row : zvSdpCodecTable) {
-            if (strcmp(row.encodingName, name) != 0)
+            if (!sameCodecName(row.encodingName, name))
                 continue;
             if (row.defaultPtime != 0) {
                 *ptime = row.defaultPtime;

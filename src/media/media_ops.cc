@@ -312,7 +312,7 @@ ZVSDP_API uint32_t zvSdpMediaAddDynamicPayloadBasedOnName(CMedia *mediaObj, cons
         return ZVSDP_RC_INVALID;
     // Static rows count too, and the first row of a name wins.
     for (const ZvSdpCodecEntry &row : zvSdpCodecTable)
-        if (strcmp(row.encodingName, encodingName) == 0)
+        if (sameCodecName(row.encodingName, encodingName))
             return addFromRow(mediaObj, row.payloadType, row, ptHndl);
     return ZVSDP_RC_INVALID;
 }
