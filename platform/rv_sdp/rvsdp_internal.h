@@ -5,6 +5,7 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
 // Every item starts with this link, so one list implementation serves all.
 struct RvSdpListNode {
@@ -80,9 +81,46 @@ constexpr uint32_t kMsgMagic = 0x52565344u;  // "RVSD"
 
 // Storage of a message: records are taken from the low end of the current
 // block, texts from the high end, so records need no alignment padding
-// between texts. Returns NULL when memory is short.
-void *allocRecord(RvSdpMsg *msg, size_t size);
-char *allocText(RvSdpMsg *msg, const char *text, size_t len);
+// between texts. Returns NULL when memory is short. The common case, room in
+// the current block, is inline; the parse makes a few dozen of these calls
+// per line.
+void *allocRecordSlow(RvSdpMsg *msg, size_t size);
+char *allocTextSlow(RvSdpMsg *msg, size_t size);
+
+inline void *allocRecord(RvSdpMsg *msg, size_t size)
+{
+    size = (size + 7) & ~size_t(7);
+    unsigned char *p;
+    if (msg->_arenaHigh - msg->_arenaLow >= size) {
+        p = msg->_arena + msg->_arenaLow;
+        msg->_arenaLow += size;
+    } else if (!(p = static_cast<unsigned char *>(allocRecordSlow(msg, size)))) {
+        return nullptr;
+    }
+    memset(p, 0, size);
+    return p;
+}
+
+// Room for `size` bytes of text.
+inline char *reserveText(RvSdpMsg *msg, size_t size)
+{
+    if (msg->_arenaHigh - msg->_arenaLow >= size) {
+        msg->_arenaHigh -= size;
+        return reinterpret_cast<char *>(msg->_arena + msg->_arenaHigh);
+    }
+    return allocTextSlow(msg, size);
+}
+
+inline char *allocText(RvSdpMsg *msg, const char *text, size_t len)
+{
+    char *p = reserveText(msg, len + 1);
+    if (!p)
+        return nullptr;
+    if (len)
+        memcpy(p, text, len);
+    p[len] = '\0';
+    return p;
+}
 
 void listAppend(RvSdpList *list, void *item);
 

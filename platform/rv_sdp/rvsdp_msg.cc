@@ -220,30 +220,21 @@ const RvSdpRtpMapRec *asRtpMap(const RvSdpRtpMap *a) {
 
 namespace rvsdp {
 
-void *allocRecord(RvSdpMsg *msg, size_t size) {
-    size = (size + 7) & ~size_t(7);
+void *allocRecordSlow(RvSdpMsg *msg, size_t size) {
     unsigned char *own;
     if (!reserve(msg, size, &own)) return nullptr;
-    unsigned char *p = own;
-    if (!p) {
-        p = msg->_arena + msg->_arenaLow;
-        msg->_arenaLow += size;
-    }
-    memset(p, 0, size);
+    if (own) return own;
+    unsigned char *p = msg->_arena + msg->_arenaLow;
+    msg->_arenaLow += size;
     return p;
 }
 
-char *allocText(RvSdpMsg *msg, const char *text, size_t len) {
+char *allocTextSlow(RvSdpMsg *msg, size_t size) {
     unsigned char *own;
-    if (!reserve(msg, len + 1, &own)) return nullptr;
-    char *p = reinterpret_cast<char *>(own);
-    if (!p) {
-        msg->_arenaHigh -= len + 1;
-        p = reinterpret_cast<char *>(msg->_arena + msg->_arenaHigh);
-    }
-    if (len) memcpy(p, text, len);
-    p[len] = '\0';
-    return p;
+    if (!reserve(msg, size, &own)) return nullptr;
+    if (own) return reinterpret_cast<char *>(own);
+    msg->_arenaHigh -= size;
+    return reinterpret_cast<char *>(msg->_arena + msg->_arenaHigh);
 }
 
 void listAppend(RvSdpList *list, void *item) {
@@ -289,8 +280,18 @@ RvSdpAttribute *newAttribute(RvSdpMsg *msg, const char *name, size_t nameLen, co
         kind = RVSDP_SPEC_ATTR_FMTP;
     size_t size = kind == RVSDP_SPEC_ATTR_RTPMAP ? sizeof(RvSdpRtpMapRec) : sizeof(RvSdpAttribute);
     RvSdpAttribute *a = static_cast<RvSdpAttribute *>(allocRecord(msg, size));
-    if (!a || !(a->name = allocText(msg, name, nameLen))) return nullptr;
-    if (value && !(a->value = allocText(msg, value, valueLen))) return nullptr;
+    if (!a) return nullptr;
+    if (value && value == name + nameLen + 1) {
+        // "name:value" as the line has it: one copy, cut at the colon.
+        char *text = allocText(msg, name, nameLen + 1 + valueLen);
+        if (!text) return nullptr;
+        text[nameLen] = '\0';
+        a->name = text;
+        a->value = text + nameLen + 1;
+    } else {
+        if (!(a->name = allocText(msg, name, nameLen))) return nullptr;
+        if (value && !(a->value = allocText(msg, value, valueLen))) return nullptr;
+    }
     a->kind = kind;
     if (kind == RVSDP_SPEC_ATTR_RTPMAP)
         parseRtpMap(msg, reinterpret_cast<RvSdpRtpMapRec *>(a), value, valueLen);
