@@ -19,6 +19,49 @@ bool isSingleDigit(const char *value)
     return value[0] >= '0' && value[0] <= '9' && value[1] == '\0';
 }
 
+// The keys of an AMR fmtp, in the order a piece is tested for them.
+enum Key { kModeSet, kOctetAlign, kChannels, kModeChangePeriod, kMaxRed, kModeChangeNeighbor, kModeChangeCapability,
+           kKeyCount, kNoKey = kKeyCount };
+
+struct KeyText {
+    const char *text;
+    size_t length;
+};
+
+constexpr KeyText kKeys[kKeyCount] = {
+    {"mode-set=", 9}, {"octet-align=", 12}, {"channels=", 9}, {"mode-change-period=", 19},
+    {"max-red=", 8},  {"mode-change-neighbor=", 21}, {"mode-change-capability=", 23},
+};
+
+// The first key, in table order, that occurs anywhere in the piece (so
+// leading blanks do no harm), and the text after it. Every key ends in "=",
+// so in the usual piece with one "=" a key can only end there, and one
+// comparison per key tells; other pieces are searched key by key.
+Key findKey(const char *piece, const char **value)
+{
+    const char *equals = strchr(piece, '=');
+    if (!equals)
+        return kNoKey;
+    if (!strchr(equals + 1, '=')) {
+        size_t before = static_cast<size_t>(equals + 1 - piece);
+        for (int k = 0; k < kKeyCount; ++k) {
+            size_t n = kKeys[k].length;
+            if (n <= before && memcmp(equals + 1 - n, kKeys[k].text, n) == 0) {
+                *value = equals + 1;
+                return static_cast<Key>(k);
+            }
+        }
+        return kNoKey;
+    }
+    for (int k = 0; k < kKeyCount; ++k) {
+        if (const char *found = strstr(piece, kKeys[k].text)) {
+            *value = found + kKeys[k].length;
+            return static_cast<Key>(k);
+        }
+    }
+    return kNoKey;
+}
+
 // The kind named by an encoding name; AMR names are told apart exactly.
 ZvSdpAmrType kindOfName(const char *name)
 {
@@ -101,31 +144,41 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
         char *end = strchr(piece, ';');
         if (end)
             *end = '\0';
-        // Keys are found anywhere in the piece, so leading blanks do no harm.
-        const char *value;
-        if ((value = strstr(piece, "mode-set="))) {
-            strncpy(modeSet, value + 9, sizeof modeSet - 1);
+        const char *value = nullptr;
+        switch (findKey(piece, &value)) {
+        case kModeSet:
+            strncpy(modeSet, value, sizeof modeSet - 1);
             modeSet[sizeof modeSet - 1] = '\0';
             modeSetSeen = true;
-        } else if ((value = strstr(piece, "octet-align="))) {
-            if (isSingleDigit(value + 12))
-                retval->octetAlign = static_cast<uint32_t>(value[12] - '0');
-        } else if ((value = strstr(piece, "channels="))) {
-            if (isSingleDigit(value + 9))
-                retval->channels = value[9] - '0';
-        } else if ((value = strstr(piece, "mode-change-period="))) {
-            if (isSingleDigit(value + 19))
-                retval->modeChangePeriod = static_cast<uint32_t>(value[19] - '0');
-        } else if ((value = strstr(piece, "max-red="))) {
-            long red = strtol(value + 8, nullptr, 10);
+            break;
+        case kOctetAlign:
+            if (isSingleDigit(value))
+                retval->octetAlign = static_cast<uint32_t>(value[0] - '0');
+            break;
+        case kChannels:
+            if (isSingleDigit(value))
+                retval->channels = value[0] - '0';
+            break;
+        case kModeChangePeriod:
+            if (isSingleDigit(value))
+                retval->modeChangePeriod = static_cast<uint32_t>(value[0] - '0');
+            break;
+        case kMaxRed: {
+            long red = strtol(value, nullptr, 10);
             if (red < 241 && red >= INT32_MIN)
                 retval->maxRed = static_cast<int32_t>(red);
-        } else if ((value = strstr(piece, "mode-change-neighbor="))) {
-            if (isSingleDigit(value + 21))
-                retval->modeChangeNeighbor = static_cast<uint32_t>(value[21] - '0');
-        } else if ((value = strstr(piece, "mode-change-capability="))) {
-            if (isSingleDigit(value + 23))
-                retval->modeChangeCapability = static_cast<uint32_t>(value[23] - '0');
+            break;
+        }
+        case kModeChangeNeighbor:
+            if (isSingleDigit(value))
+                retval->modeChangeNeighbor = static_cast<uint32_t>(value[0] - '0');
+            break;
+        case kModeChangeCapability:
+            if (isSingleDigit(value))
+                retval->modeChangeCapability = static_cast<uint32_t>(value[0] - '0');
+            break;
+        default:
+            break;
         }
         piece = end ? end + 1 : nullptr;
     }
