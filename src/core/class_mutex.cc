@@ -4,9 +4,12 @@
 #include <sched.h>
 
 #if defined(__linux__)
-#include <linux/futex.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+// The kernel's numbers, spelled out: not every C library ships the kernel
+// headers that name them.
+#define ZV_FUTEX_WAIT_PRIVATE 128
+#define ZV_FUTEX_WAKE_PRIVATE 129
 #endif
 
 #ifdef ZV_TSAN_MUTEX
@@ -45,7 +48,7 @@ void ClassMutex::lockContended()
     // holder's unlock knows to wake somebody.
     while (__atomic_exchange_n(&state_, 2u, __ATOMIC_ACQUIRE) != 0) {
 #if defined(__linux__)
-        syscall(SYS_futex, &state_, FUTEX_WAIT_PRIVATE, 2u, nullptr, nullptr, 0);
+        syscall(SYS_futex, &state_, ZV_FUTEX_WAIT_PRIVATE, 2u, nullptr, nullptr, 0);
 #else
         sched_yield();
 #endif
@@ -55,7 +58,7 @@ void ClassMutex::lockContended()
 void ClassMutex::wake()
 {
 #if defined(__linux__)
-    syscall(SYS_futex, &state_, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+    syscall(SYS_futex, &state_, ZV_FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
 #endif
 }
 
