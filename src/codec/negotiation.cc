@@ -12,6 +12,12 @@ constexpr uint32_t kFmtpBuffer = 512;
 
 uint32_t getNumberOfMediaDescriptors(CSdp *sdp, uint32_t *count)
 {
+    // A started library's walk over a session cannot fail and visits each
+    // media once, so it counts what the list holds: one look at the list.
+    if (g_apiInitialised && sdp) {
+        *count = mediaCount(sdp);
+        return ZVSDP_RC_OK;
+    }
     *count = 0;
     CMedia *media = nullptr;
     uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &media);

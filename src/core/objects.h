@@ -121,6 +121,8 @@ bool rtpmapRequired(const CPayload *payload);
 // The codec table's default packet time for a locked payload's name; 0 when
 // no row has the name.
 uint32_t defaultPtimeOf(const CPayload *payload);
+// How many media a session holds (takes the session lock).
+uint32_t mediaCount(CSdp *session);
 // The AMR band of a payload by its name (takes the payload lock).
 ZvSdpAmrType amrKind(CPayload *payload);
 

@@ -205,3 +205,13 @@ ZVSDP_API uint32_t zvSdpObjGetAccessRights(CSdp *objHndl)
 }
 
 }  // extern "C"
+
+namespace zv {
+
+uint32_t mediaCount(CSdp *session)
+{
+    ClassLock lock(M);
+    return llist_count(session->media);
+}
+
+}  // namespace zv

@@ -106,7 +106,8 @@ ZVSDP_API uint32_t zvSdpAppGetRvSdp(CSdp *objHndl, RvSdpMsg *rvSdp)
         ZV_LOGD(kModApi, "Invalid parameter detected: &objHndl=%p ; &rvSdp=%p", vp(objHndl), vp(rvSdp));
         return ZVSDP_RC_INVALID;
     }
-    char text[1024] = {0};
+    // The print clears what its text leaves of the buffer.
+    char text[1024];
     uint32_t length = sizeof text;
     zvSdpObjToString(objHndl, text, &length);
     if (length == 0) {
