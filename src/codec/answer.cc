@@ -132,6 +132,10 @@ void putEvents(Builder &out, const EventSet &events)
 {
     bool first = true;
     for (int e = 0; e < 256; ++e) {
+        if (!(e & 31) && !events.bits[e >> 5]) {
+            e += 31;  // an empty word of events
+            continue;
+        }
         if (!hasEvent(events, e))
             continue;
         int last = e;
