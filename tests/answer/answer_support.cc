@@ -1,5 +1,8 @@
 #include "answer_support.h"
 
+#include <dirent.h>
+
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -13,6 +16,29 @@ std::string readFile(const std::string &path)
     std::ostringstream text;
     text << in.rdbuf();
     return text.str();
+}
+
+std::vector<std::string> filesIn(const std::string &folder, const std::string &suffix)
+{
+    std::vector<std::string> names;
+    DIR *dir = opendir(folder.c_str());
+    if (!dir)
+        return names;
+    // readdir64 on glibc: the 32-bit readdir fails with EOVERFLOW on the
+    // 64-bit directory offsets of ext4, which a 32-bit target run under
+    // qemu-user meets.
+#ifdef __GLIBC__
+    while (dirent64 *e = readdir64(dir)) {
+#else
+    while (dirent *e = readdir(dir)) {
+#endif
+        std::string n = e->d_name;
+        if (n.size() > suffix.size() && n.compare(n.size() - suffix.size(), suffix.size(), suffix) == 0)
+            names.push_back(n);
+    }
+    closedir(dir);
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 CSdp *session(const std::string &text)

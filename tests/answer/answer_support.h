@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "rvsdp.h"
 #include "zvsdp.h"
@@ -12,6 +13,10 @@
 namespace answertest {
 
 std::string readFile(const std::string &path);
+
+// The names of the files in `folder` that end in `suffix`, sorted; none when
+// the folder is missing.
+std::vector<std::string> filesIn(const std::string &folder, const std::string &suffix);
 
 // A session parsed from SDP text (the test fails when it does not parse).
 CSdp *session(const std::string &text);

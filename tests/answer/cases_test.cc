@@ -5,9 +5,6 @@
 // the text reader takes) and the answer must also pass the RFC 3264 checker.
 //
 //   flags: text-only | crlf (offer lines end in CRLF) | rc=N | body=ADDRESS
-#include <dirent.h>
-
-#include <algorithm>
 #include <cstdlib>
 #include <sstream>
 
@@ -73,18 +70,8 @@ Case load(const std::string &name)
 
 std::vector<Case> cases()
 {
-    std::vector<std::string> names;
-    if (DIR *dir = opendir((folder() + "/cases").c_str())) {
-        while (dirent *e = readdir(dir)) {
-            std::string n = e->d_name;
-            if (n.size() > 5 && n.compare(n.size() - 5, 5, ".case") == 0)
-                names.push_back(n);
-        }
-        closedir(dir);
-    }
-    std::sort(names.begin(), names.end());
     std::vector<Case> out;
-    for (const std::string &n : names)
+    for (const std::string &n : filesIn(folder() + "/cases", ".case"))
         out.push_back(load(n));
     return out;
 }

@@ -3,7 +3,6 @@
 // answer judged by the RFC 3264 checker: through the text entry point, the
 // stack-message entry point (judged against the stack's own reading of the
 // body), the complete-body form and, natively, the zvsdp tool.
-#include <dirent.h>
 #include <stdio.h>
 
 #include <algorithm>
@@ -19,21 +18,6 @@ using namespace answertest;
 namespace {
 
 const std::string kCorpus = std::string(ZVSDP_SOURCE_DIR) + "/../shared/corpus/wild";
-
-std::vector<std::string> corpusFiles()
-{
-    std::vector<std::string> names;
-    if (DIR *dir = opendir(kCorpus.c_str())) {
-        while (dirent *e = readdir(dir)) {
-            std::string n = e->d_name;
-            if (n.size() > 4 && n.compare(n.size() - 4, 4, ".sdp") == 0)
-                names.push_back(n);
-        }
-        closedir(dir);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 // The stack's reading of a body, printed again: what the message entry
 // point is answered from.
@@ -71,7 +55,7 @@ class Corpus : public AnswerTest, public ::testing::WithParamInterface<const cha
 
 TEST_P(Corpus, EveryOfferAnsweredWithoutDefect)
 {
-    std::vector<std::string> files = corpusFiles();
+    std::vector<std::string> files = filesIn(kCorpus, ".sdp");
     if (files.empty())
         GTEST_SKIP() << kCorpus << " is missing: the corpus step is skipped";
     const std::string localPath = std::string(ZVSDP_ANSWER_TESTS) + "/local-" + GetParam() + ".sdp";
