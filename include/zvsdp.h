@@ -727,6 +727,8 @@ ZVSDP_API uint32_t zvSdpHelperCopyMediaCapabilitiesUnsupported(CSdp *destination
  * - Codecs match by name (any case), clock rate and channels; a static type
  *   without rtpmap is the codec table's. Each local payload answers one
  *   offered payload at most. Codecs other than AMR keep the local fmtp.
+ *   Only RTP payload types are matched: a local udptl (T.38) media, whose
+ *   format is the text "t38", serves nothing.
  * - telephone-event and CN are answered only at the clock rate of a chosen
  *   codec and never serve a stream alone; telephone-event with the events
  *   both sides list (RFC 4733; no fmtp means 0-15).
