@@ -1,6 +1,7 @@
 // What an answer costs the gateway: the stack's parse, the object model's
 // parse, negotiation, printing and the whole cycle the host runs per offer,
-// on the offers in corpus/. Every case also reports the heap allocations it
+// and the RFC 3264 answer that stands in for that cycle, on the offers in
+// corpus/. Every case also reports the heap allocations it
 // makes per operation; where osip2 is installed its parse + print of the same
 // texts runs alongside as the baseline.
 //
@@ -9,6 +10,8 @@
 //                                      zvbench_measured_cycle (for callgrind's
 //                                      --toggle-collect)
 //   bench_zvsdp --one-osip [offer]     the same for osip2 in zvbench_measured_osip
+//   bench_zvsdp --one-answer [offer]   the same for the RFC 3264 answer from the
+//                                      offer text in zvbench_measured_answer
 #include <benchmark/benchmark.h>
 
 #include <stdio.h>
@@ -177,6 +180,12 @@ uint32_t fullCycle(const char *offer, char *answer, uint32_t *length)
     return rc;
 }
 
+// The RFC 3264 answer of the offer text, which the host sends as it is.
+uint32_t rfc3264Answer(const char *offer, char *answer, uint32_t *length)
+{
+    return zvSdpHelperAnswerOffer(offer, g_local, nullptr, answer, length);
+}
+
 // Reports allocations per iteration; call after the timed loop.
 void reportAllocations(benchmark::State &state, unsigned long before)
 {
@@ -280,6 +289,40 @@ void hostThreads(benchmark::State &state, const Offer *offer)
     state.SetItemsProcessed(state.iterations());
 }
 
+// The RFC 3264 answer from the offer text: the whole of the host's work per
+// offer on this path.
+void answerText(benchmark::State &state, const Offer *offer)
+{
+    char answer[1024];
+    unsigned long before = allocations();
+    for (auto _ : state) {
+        uint32_t length = sizeof answer;
+        if (rfc3264Answer(offer->text.c_str(), answer, &length) != ZVSDP_RC_OK)
+            state.SkipWithError("answer failed");
+        benchmark::DoNotOptimize(length);
+    }
+    reportAllocations(state, before);
+}
+
+// The same from a stack message the host parsed once.
+void answerMessage(benchmark::State &state, const Offer *offer)
+{
+    RvSdpMsg msg;
+    uint32_t size = static_cast<uint32_t>(offer->text.size());
+    int status = 0;
+    rvSdpMsgConstructParse(&msg, offer->text.c_str(), &size, &status);
+    char answer[1024];
+    unsigned long before = allocations();
+    for (auto _ : state) {
+        uint32_t length = sizeof answer;
+        if (zvSdpHelperAnswerRvOffer(&msg, g_local, nullptr, answer, &length) != ZVSDP_RC_OK)
+            state.SkipWithError("answer failed");
+        benchmark::DoNotOptimize(length);
+    }
+    reportAllocations(state, before);
+    rvSdpMsgDestruct(&msg);
+}
+
 #ifdef ZVSDP_HAVE_OSIP2
 // osip2's parse + print, which is all its SDP support does.
 int osipParsePrint(const char *text)
@@ -325,6 +368,12 @@ extern "C" __attribute__((noinline)) uint32_t zvbench_measured_cycle(const char 
     return fullCycle(offer, answer, length);
 }
 
+extern "C" __attribute__((noinline)) uint32_t zvbench_measured_answer(const char *offer, char *answer,
+                                                                     uint32_t *length)
+{
+    return rfc3264Answer(offer, answer, length);
+}
+
 #ifdef ZVSDP_HAVE_OSIP2
 extern "C" __attribute__((noinline)) int zvbench_measured_osip(const char *offer)
 {
@@ -340,6 +389,19 @@ int main(int argc, char **argv)
     parser_init();
 #endif
 
+    if (argc >= 2 && strcmp(argv[1], "--one-answer") == 0) {
+        const Offer *offer = findOffer(offers, argc >= 3 ? argv[2] : "gateway");
+        char answer[1024];
+        uint32_t length = sizeof answer;
+        rfc3264Answer(offer->text.c_str(), answer, &length);  // warm-up
+        length = sizeof answer;
+        unsigned long before = allocations();
+        uint32_t rc = zvbench_measured_answer(offer->text.c_str(), answer, &length);
+        unsigned long after = allocations();
+        printf("%s: RFC 3264 answer rc %u, %lu heap allocations, answer:\n%.*s", offer->name.c_str(), rc,
+               after - before, static_cast<int>(length), answer);
+        return rc == 0 ? 0 : 1;
+    }
     if (argc >= 2 && (strcmp(argv[1], "--one-cycle") == 0 || strcmp(argv[1], "--one-osip") == 0)) {
         const Offer *offer = findOffer(offers, argc >= 3 ? argv[2] : "gateway");
         bool osip = strcmp(argv[1], "--one-osip") == 0;
@@ -383,6 +445,8 @@ int main(int argc, char **argv)
                 ->Threads(2)
                 ->Threads(4)
                 ->UseRealTime();
+        benchmark::RegisterBenchmark(("answer_rfc3264/" + o.name).c_str(), answerText, &o);
+        benchmark::RegisterBenchmark(("answer_rfc3264_message/" + o.name).c_str(), answerMessage, &o);
 #ifdef ZVSDP_HAVE_OSIP2
         benchmark::RegisterBenchmark(("osip2_parse_print/" + o.name).c_str(), osipParse, &o);
 #endif

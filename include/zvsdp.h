@@ -709,6 +709,67 @@ ZVSDP_API uint32_t zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities
  * marked unsupported: the answer that rejects every stream. 0; 3; 5. */
 ZVSDP_API uint32_t zvSdpHelperCopyMediaCapabilitiesUnsupported(CSdp *destination, CSdp *source);
 
+/* ---- the RFC 3264 answer -----------------------------------------------------
+ * Beside the capability builder above (which answers a served stream with
+ * the local description as it stands), these write the answer a standards-
+ * following offerer accepts, as text, from the whole offer and the same
+ * one-media local capabilities. For every offered m= line, in order, one
+ * answer m= line with the offered media type and transport text:
+ * - The first stream of the local media's type and transport that has a
+ *   port and shares a codec with the local media is served: the local port,
+ *   the common codecs in the offer's order under the offer's payload numbers
+ *   (an offered rtpmap is echoed; static types the offer did not map get
+ *   none), then the local attributes (ptime and the rest) and the answered
+ *   direction: sendonly gets recvonly, recvonly sendonly, inactive inactive,
+ *   as far as the local media's own direction allows; a media without a
+ *   direction takes the session's; an offer whose connection is 0.0.0.0
+ *   receives nothing.
+ * - Codecs match by name (any case), clock rate and channels; a static type
+ *   without rtpmap is the codec table's. Each local payload answers one
+ *   offered payload at most. Codecs other than AMR keep the local fmtp.
+ *   Only RTP payload types are matched: a local udptl (T.38) media, whose
+ *   format is the text "t38", serves nothing.
+ * - telephone-event and CN are answered only at the clock rate of a chosen
+ *   codec and never serve a stream alone; telephone-event with the events
+ *   both sides list (RFC 4733; no fmtp means 0-15).
+ * - AMR and AMR-WB (RFC 4867): octet-align, crc, robust-sorting and
+ *   interleaving must be the same on both sides; mode-set is the modes both
+ *   sides allow (quoted values read), the payload dropped when there is
+ *   none; the local mode-change-period, mode-change-capability (1 or 2),
+ *   mode-change-neighbor and max-red are declared.
+ * - Every other stream (other type or transport, port 0, no common codec, a
+ *   second stream of the served type, or a local media that is unsupported
+ *   or has port 0) is rejected: "m=<type> 0 <transport> <first format>" and
+ *   nothing else ("0" for an RTP transport that offered no format, "t38"
+ *   for udptl, else "*").
+ * The text has LF line ends, like every text of the library. With session
+ * NULL it holds the media sections only; otherwise it is a complete body:
+ * v=0, o= and s= from session, c=IN <type> <address>, the offer's t= and r=
+ * lines ("t=0 0" when it has none), then the media sections.
+ * *length: in, the buffer's size; out, the text's length. Results: 0; 3;
+ * 5 for a NULL argument, *length 0, unusable session values, an offer that
+ * is not SDP (not one m= line with a transport can be read) or longer than
+ * 64 KiB, and for a buffer too small: the buffer then holds "" and *length
+ * the length the answer needs (plus one for its terminator); 8 a local
+ * session without media; 12 one with more than one. On every failure but
+ * the last *length is 0 and the buffer holds "". Nothing is allocated. */
+typedef struct ZvSdpAnswerSession {
+    const char *user;        /* o= user name; NULL: "-" */
+    const char *sessionId;   /* o= session id; NULL: "0" */
+    const char *version;     /* o= session version; NULL: "0" */
+    const char *address;     /* o= and c= address; required */
+    const char *addressType; /* NULL: "IP6" when the address holds ':', else "IP4" */
+    const char *sessionName; /* s= text; NULL: "-" */
+} ZvSdpAnswerSession;
+/* The offer as text (read whole, up to 64 KiB, CRLF or LF line ends, blanks
+ * before a line's type letter tolerated). */
+ZVSDP_API uint32_t zvSdpHelperAnswerOffer(const char *offer, CSdp *localCapabilities,
+                                          const ZvSdpAnswerSession *session, char *answer, uint32_t *length);
+/* The offer as a stack message the host parsed (not changed). It holds what
+ * the stack could read: lines the stack skipped are not answered. */
+ZVSDP_API uint32_t zvSdpHelperAnswerRvOffer(struct RvSdpMsg *offer, CSdp *localCapabilities,
+                                            const ZvSdpAnswerSession *session, char *answer, uint32_t *length);
+
 /* ---- telephone-event corrections --------------------------------------------- */
 
 /* Corrects every media of the session (see below). 0; 5; or a walk error. */

@@ -1,6 +1,7 @@
 // zvsdp: what the library makes of SDP, from the command line.
 //
 //   zvsdp answer [--keep-unmatched] [--filter-dtmf] [-v LEVEL] OFFER LOCAL
+//   zvsdp answer --rfc3264 [--body ADDRESS] [-v LEVEL] OFFER LOCAL
 //   zvsdp parse [-v LEVEL] FILE
 //   zvsdp mirror [-v LEVEL] FILE
 //   zvsdp codecs [--json]
@@ -22,7 +23,7 @@ namespace {
 
 constexpr uint32_t kPoolUnit = 8;
 constexpr const char *kCodecObject = "zvpbx.media.codec";
-constexpr size_t kMaxInput = 64 * 1024;  // the library reads 1023 characters of it
+constexpr size_t kMaxInput = 64 * 1024;  // the parser reads 1023 characters of it, the answer all
 bool g_verbose = false;
 
 struct Options {
@@ -31,6 +32,8 @@ struct Options {
     int fileCount = 0;
     bool keepUnmatched = false;
     bool filterDtmf = false;
+    bool rfc3264 = false;
+    const char *bodyAddress = nullptr;
     bool json = false;
     bool help = false;
     long level = -1;
@@ -39,6 +42,7 @@ struct Options {
 int usage(FILE *out)
 {
     fputs("usage: zvsdp answer [--keep-unmatched] [--filter-dtmf] [-v LEVEL] OFFER LOCAL\n"
+          "       zvsdp answer --rfc3264 [--body ADDRESS] [-v LEVEL] OFFER LOCAL\n"
           "       zvsdp parse [-v LEVEL] FILE\n"
           "       zvsdp mirror [-v LEVEL] FILE\n"
           "       zvsdp codecs [--json]\n"
@@ -87,6 +91,10 @@ bool parseArgs(int argc, char **argv, Options *o)
             o->keepUnmatched = true;
         } else if (!strcmp(a, "--filter-dtmf") && !strcmp(o->command, "answer")) {
             o->filterDtmf = true;
+        } else if (!strcmp(a, "--rfc3264") && !strcmp(o->command, "answer")) {
+            o->rfc3264 = true;
+        } else if (!strcmp(a, "--body") && !strcmp(o->command, "answer") && i + 1 < argc) {
+            o->bodyAddress = argv[++i];
         } else if (!strcmp(a, "--json") && !strcmp(o->command, "codecs")) {
             o->json = true;
         } else if (!strcmp(a, "--help") || !strcmp(a, "-h")) {
@@ -106,6 +114,12 @@ bool parseArgs(int argc, char **argv, Options *o)
     }
     if (o->help)
         return true;
+    // The RFC 3264 answer has rules of its own; the capability builder's
+    // options do not apply to it.
+    if (o->bodyAddress && !o->rfc3264)
+        return false;
+    if (o->rfc3264 && (o->keepUnmatched || o->filterDtmf))
+        return false;
     int wanted = !strcmp(o->command, "answer") ? 2 : !strcmp(o->command, "codecs") ? 0 : 1;
     return o->fileCount == wanted;
 }
@@ -172,8 +186,46 @@ int commandMirror(const Options &o)
     return status;
 }
 
+// The RFC 3264 answer of the offer text against the local capabilities.
+int commandAnswerRfc3264(const Options &o)
+{
+    char *offer = readText(o.files[0]);
+    if (!offer)
+        return 2;
+    CSdp *local = nullptr;
+    int status = parseFile(o.files[1], &local);
+    ZvSdpAnswerSession session = {"-", "0", "0", o.bodyAddress, nullptr, "-"};
+    char small[4096];
+    char *text = small;
+    uint32_t length = sizeof small;
+    uint32_t rc = ZVSDP_RC_OK;
+    if (status == 0) {
+        rc = zvSdpHelperAnswerOffer(offer, local, o.bodyAddress ? &session : nullptr, text, &length);
+        // Too small a buffer: the library says how much the answer needs.
+        if (rc == ZVSDP_RC_INVALID && length >= sizeof small && (text = static_cast<char *>(malloc(length + 1)))) {
+            length += 1;
+            rc = zvSdpHelperAnswerOffer(offer, local, o.bodyAddress ? &session : nullptr, text, &length);
+        }
+        if (!text) {
+            text = small;
+            rc = ZVSDP_RC_NO_RESOURCE;
+        }
+        if (rc == ZVSDP_RC_OK)
+            fwrite(text, 1, length, stdout);
+        else
+            status = failed("zvSdpHelperAnswerOffer", rc);
+    }
+    if (text != small)
+        free(text);
+    release(&local);
+    free(offer);
+    return status;
+}
+
 int commandAnswer(const Options &o)
 {
+    if (o.rfc3264)
+        return commandAnswerRfc3264(o);
     CSdp *remote = nullptr, *local = nullptr, *answer = nullptr;
     int status = parseFile(o.files[0], &remote);
     if (status == 0)

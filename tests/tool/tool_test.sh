@@ -39,6 +39,11 @@ check answer-dtmf 0 "$ex/dtmf-offer.answer" "$tool" answer --filter-dtmf "$ex/dt
 check answer-dtmf-kept 0 "$ex/dtmf-offer-unfiltered.answer" "$tool" answer --keep-unmatched "$ex/dtmf-offer.sdp" "$ex/dtmf-local.sdp"
 check answer-av 0 "$ex/av-offer.answer" "$tool" answer "$ex/av-offer.sdp" "$ex/local.sdp"
 check answer-stdin 0 "$ex/offer.answer" sh -c "'$tool' answer --filter-dtmf - '$ex/local.sdp' < '$ex/offer.sdp'"
+check rfc3264 0 "$ex/offer.rfc3264" "$tool" answer --rfc3264 "$ex/offer.sdp" "$ex/local.sdp"
+check rfc3264-av 0 "$ex/av-offer.rfc3264" "$tool" answer --rfc3264 "$ex/av-offer.sdp" "$ex/local.sdp"
+check rfc3264-body 0 "$ex/av-offer.rfc3264-body" "$tool" answer --rfc3264 --body 192.0.2.1 "$ex/av-offer.sdp" "$ex/local.sdp"
+check rfc3264-t38 0 "$ex/t38-offer.rfc3264" "$tool" answer --rfc3264 "$ex/t38-offer.sdp" "$ex/local.sdp"
+check rfc3264-stdin 0 "$ex/offer.rfc3264" sh -c "'$tool' answer --rfc3264 - '$ex/local.sdp' < '$ex/offer.sdp'"
 check parse 0 "$ex/offer.parsed" "$tool" parse "$ex/offer.sdp"
 check mirror 0 "$ex/offer.mirror" "$tool" mirror "$ex/offer.sdp"
 check codecs 0 "" "$tool" codecs
@@ -58,6 +63,8 @@ printf 'hello\nworld\n' >"$tmp/text.sdp"
 check not-sdp 1 "" "$tool" parse "$tmp/text.sdp"
 stderr_is not-sdp-message "zvsdp: zvSdpConstructFromString: Invalid parameter or item not present (5)"
 check t38-parse 1 "" "$tool" mirror "$ex/t38-offer.sdp"
+check rfc3264-not-sdp 1 "" "$tool" answer --rfc3264 "$tmp/text.sdp" "$ex/local.sdp"
+stderr_is rfc3264-not-sdp-message "zvsdp: zvSdpHelperAnswerOffer: Invalid parameter or item not present (5)"
 check directory 2 "" "$tool" parse "$tmp"
 head -c 3000 /dev/urandom >"$tmp/noise.sdp"
 "$tool" parse "$tmp/noise.sdp" >/dev/null 2>&1
@@ -67,6 +74,9 @@ check usage 2 "" "$tool" answer "$ex/offer.sdp"
 check usage-level 2 "" "$tool" parse -v 5 "$ex/offer.sdp"
 check usage-option 2 "" "$tool" parse --filter-dtmf "$ex/offer.sdp"
 check usage-command 2 "" "$tool" offer "$ex/offer.sdp"
+check usage-rfc3264-filter 2 "" "$tool" answer --rfc3264 --filter-dtmf "$ex/offer.sdp" "$ex/local.sdp"
+check usage-body-alone 2 "" "$tool" answer --body 192.0.2.1 "$ex/offer.sdp" "$ex/local.sdp"
+check usage-body-address 2 "" "$tool" answer --rfc3264 "$ex/offer.sdp" "$ex/local.sdp" --body
 check help 0 "" "$tool" answer --help
 check verbose 0 "" "$tool" parse -v 4 "$ex/local.sdp"
 if ! grep -q 'SDP message parsed successfully' "$tmp/err"; then
