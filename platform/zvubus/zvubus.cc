@@ -129,7 +129,8 @@ ZVUBUS_API int zvUbusInvoke(const char *object, const char *method, const void *
         if (raw < sizeof(struct blob_attr) || raw > requestLen)
             return UBUS_STATUS_INVALID_ARGUMENT;
     }
-    auto *msg = static_cast<struct blob_attr *>(calloc(1, BLOB_ALIGN(raw)));
+    const size_t padded = (raw + BLOB_ATTR_ALIGN - 1) & ~static_cast<size_t>(BLOB_ATTR_ALIGN - 1);
+    auto *msg = static_cast<struct blob_attr *>(calloc(1, padded));
     if (!msg)
         return UBUS_STATUS_UNKNOWN_ERROR;
     if (request)
