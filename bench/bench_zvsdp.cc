@@ -23,6 +23,7 @@
 
 #include "rvsdp.h"
 #include "zvsdp.h"
+#include "zvubus.h"
 
 #ifdef ZVSDP_HAVE_OSIP2
 #include <osipparser2/osip_parser.h>
@@ -141,6 +142,7 @@ CSdp *g_local;  // the local capabilities, built once
 // telephone events at both clock rates.
 void buildLocal()
 {
+    zvUbusUseInProcess();  // the bus object needs no daemon here
     if (zvSdpAppInit(16) != ZVSDP_RC_OK || zvSdpConstruct(&g_local) != ZVSDP_RC_OK) {
         fprintf(stderr, "bench_zvsdp: initialisation failed\n");
         exit(1);

@@ -10,6 +10,7 @@
 
 #include "memm.h"
 #include "zvsdp.h"
+#include "zvubus.h"
 
 #define FUZZ_CHECK(cond)                                                         \
     do {                                                                         \
@@ -29,6 +30,7 @@ inline void startOnce()
 {
     static bool started = false;
     if (!started) {
+        FUZZ_CHECK(zvUbusUseInProcess() == 0);  // no bus daemon needed
         FUZZ_CHECK(zvSdpAppInit(kPoolUnit) == ZVSDP_RC_OK);
         started = true;
     }

@@ -188,7 +188,10 @@ struct dynstr_s;
 /* The process-wide codec table, in lookup order. It is plain, unlocked
  * memory: zvSdpUpdateDynamicCodecPayloadType rewrites payload numbers, and
  * the bus "get" handler reads it on the bus dispatch thread, so the host
- * must renumber only while no other call (and no bus dispatch) is running. */
+ * must renumber only while no other call (and no bus dispatch) is running:
+ * between zvUbusLockDispatch and zvUbusUnlockDispatch (zvubus.h) when
+ * libzvubus dispatches, on its own dispatching thread when the host handed
+ * libzvubus its bus connection. */
 ZVSDP_API extern ZvSdpCodecEntry zvSdpCodecTable[ZVSDP_CODEC_TABLE_ROWS];
 
 /* Enumerator names for logs; constant texts, never NULL. */
@@ -783,7 +786,8 @@ ZVSDP_API uint32_t zvSdpMediaDumpAllPayloads(CMedia *mediaObj);
 /* ---- bus object ---------------------------------------------------------- */
 
 /* Registers the "zvpbx.media.codec" object (method "get") on the process's
- * bus connection. 0, or 8 when registration fails. Called by zvSdpAppInit. */
+ * bus connection (zvubus.h says which). 0 when the object is registered as
+ * the call returns, else 8. Called by zvSdpAppInit. */
 ZVSDP_API uint32_t zvSdpBusInit(void);
 /* Does nothing: the object stays registered until the process leaves the
  * bus, and a later zvSdpBusInit registers it again. */

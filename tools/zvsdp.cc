@@ -4,9 +4,12 @@
 //   zvsdp answer --rfc3264 [--body ADDRESS] [-v LEVEL] OFFER LOCAL
 //   zvsdp parse [-v LEVEL] FILE
 //   zvsdp mirror [-v LEVEL] FILE
-//   zvsdp codecs [--json]
+//   zvsdp codecs [--json] [-s SOCKET]
+//   zvsdp serve [-s SOCKET]
 //
 // Exit status: 0 success, 1 a library call failed, 2 usage or unreadable file.
+#include <pthread.h>
+#include <signal.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -24,6 +27,7 @@ namespace {
 constexpr uint32_t kPoolUnit = 8;
 constexpr const char *kCodecObject = "zvpbx.media.codec";
 constexpr size_t kMaxInput = 64 * 1024;  // the parser reads 1023 characters of it, the answer all
+constexpr int kCallTimeoutMs = 5000;
 bool g_verbose = false;
 
 struct Options {
@@ -37,6 +41,7 @@ struct Options {
     bool json = false;
     bool help = false;
     long level = -1;
+    const char *socket = nullptr;  // the bus daemon's; NULL: libubus's default
 };
 
 int usage(FILE *out)
@@ -45,10 +50,12 @@ int usage(FILE *out)
           "       zvsdp answer --rfc3264 [--body ADDRESS] [-v LEVEL] OFFER LOCAL\n"
           "       zvsdp parse [-v LEVEL] FILE\n"
           "       zvsdp mirror [-v LEVEL] FILE\n"
-          "       zvsdp codecs [--json]\n"
+          "       zvsdp codecs [--json] [-s SOCKET]\n"
+          "       zvsdp serve [-s SOCKET]\n"
           "       zvsdp --help | --version\n"
           "FILE '-' reads standard input. -v LEVEL (0-4) sets every module's trace level\n"
-          "and copies the library's log lines to standard error.\n",
+          "and copies the library's log lines to standard error. -s SOCKET names the\n"
+          "bus daemon's socket (default: libubus's).\n",
           out);
     return out == stdout ? 0 : 2;
 }
@@ -97,6 +104,9 @@ bool parseArgs(int argc, char **argv, Options *o)
             o->bodyAddress = argv[++i];
         } else if (!strcmp(a, "--json") && !strcmp(o->command, "codecs")) {
             o->json = true;
+        } else if (!strcmp(a, "-s") && i + 1 < argc &&
+                   (!strcmp(o->command, "codecs") || !strcmp(o->command, "serve"))) {
+            o->socket = argv[++i];
         } else if (!strcmp(a, "--help") || !strcmp(a, "-h")) {
             o->help = true;
         } else if (!strcmp(a, "-v") && i + 1 < argc) {
@@ -120,7 +130,7 @@ bool parseArgs(int argc, char **argv, Options *o)
         return false;
     if (o->rfc3264 && (o->keepUnmatched || o->filterDtmf))
         return false;
-    int wanted = !strcmp(o->command, "answer") ? 2 : !strcmp(o->command, "codecs") ? 0 : 1;
+    int wanted = !strcmp(o->command, "answer") ? 2 : !strcmp(o->command, "codecs") || !strcmp(o->command, "serve") ? 0 : 1;
     return o->fileCount == wanted;
 }
 
@@ -267,18 +277,21 @@ int commandCodecs(const Options &o)
         }
         return 0;
     }
-    // As a bus client sees it: the "get" reply of the object zvSdpAppInit
-    // registered. On a gateway with a bus daemon the object is not held in
-    // this process, and a bus client has to ask the daemon instead.
-    if (!zvUbusLookupObject(kCodecObject)) {
-        fprintf(stderr, "zvsdp: zvUbusLookupObject: %s is not registered in this process\n", kCodecObject);
-        return 1;
-    }
+    // As a bus client sees it: the "get" reply. With the gateway's libubus
+    // the object is asked over the bus (another process serves it); with the
+    // bundled subset, of the in-process registry zvSdpAppInit put it in.
     void *reply = nullptr;
     size_t length = 0;
-    int bus = zvUbusInvoke(kCodecObject, "get", nullptr, 0, &reply, &length);
+    const char *call = "zvUbusCall";
+    int bus;
+    if (zvUbusHasDaemon()) {
+        bus = zvUbusCall(o.socket, kCodecObject, "get", nullptr, 0, kCallTimeoutMs, &reply, &length);
+    } else {
+        call = "zvUbusInvoke";
+        bus = zvUbusInvoke(kCodecObject, "get", nullptr, 0, &reply, &length);
+    }
     if (bus != 0) {
-        fprintf(stderr, "zvsdp: zvUbusInvoke: %s (%d)\n", ubus_strerror(bus), bus);
+        fprintf(stderr, "zvsdp: %s: %s (%d)\n", call, ubus_strerror(bus), bus);
         zvUbusFree(reply);
         return 1;
     }
@@ -290,6 +303,48 @@ int commandCodecs(const Options &o)
     }
     printf("%s\n", json);
     zvUbusFree(json);
+    return 0;
+}
+
+void setTraceLevels(const Options &o)
+{
+    if (o.level < 0)
+        return;
+    g_verbose = true;
+    zvSdpSetTraceLevel(static_cast<uint32_t>(o.level));
+    zvSdpHelperSetTraceLevel(static_cast<uint32_t>(o.level));
+}
+
+// Registers the codec object on the bus and serves it (on libzvubus's own
+// connection and thread) until SIGINT or SIGTERM.
+int commandServe(const Options &o)
+{
+    if (!zvUbusHasDaemon()) {
+        fprintf(stderr, "zvsdp: serve: built with the bundled libubus, which reaches no bus daemon\n");
+        return 1;
+    }
+    // Blocked before the library starts its thread, which then keeps them
+    // blocked too, so that sigwait below takes them.
+    sigset_t stop;
+    sigemptyset(&stop);
+    sigaddset(&stop, SIGINT);
+    sigaddset(&stop, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &stop, nullptr);
+    int bus = zvUbusSetSocket(o.socket);
+    if (bus != 0) {
+        fprintf(stderr, "zvsdp: zvUbusSetSocket: %s (%d)\n", ubus_strerror(bus), bus);
+        return 1;
+    }
+    uint32_t rc = zvSdpAppInit(kPoolUnit);
+    if (rc != ZVSDP_RC_OK)
+        return failed("zvSdpAppInit", rc);
+    setTraceLevels(o);
+    printf("zvsdp: serving %s\n", kCodecObject);
+    fflush(stdout);
+    int signal = 0;
+    while (sigwait(&stop, &signal) != 0) {
+    }
+    zvSdpAppDestroy();
     return 0;
 }
 
@@ -335,7 +390,7 @@ int main(int argc, char **argv)
         return 0;
     }
     Options o;
-    const char *commands[] = {"answer", "parse", "mirror", "codecs"};
+    const char *commands[] = {"answer", "parse", "mirror", "codecs", "serve"};
     bool known = false;
     for (const char *c : commands)
         known = known || !strcmp(argv[1], c);
@@ -347,15 +402,15 @@ int main(int argc, char **argv)
         return usage(stderr);
     if (o.help)
         return usage(stdout);
+    if (!strcmp(o.command, "serve"))
+        return commandServe(o);
 
+    // Nothing else needs the bus daemon: the codec object stays in-process.
+    zvUbusUseInProcess();
     uint32_t rc = zvSdpAppInit(kPoolUnit);
     if (rc != ZVSDP_RC_OK)
         return failed("zvSdpAppInit", rc);
-    if (o.level >= 0) {
-        g_verbose = true;
-        zvSdpSetTraceLevel(static_cast<uint32_t>(o.level));
-        zvSdpHelperSetTraceLevel(static_cast<uint32_t>(o.level));
-    }
+    setTraceLevels(o);
     int status;
     if (!strcmp(o.command, "answer"))
         status = commandAnswer(o);

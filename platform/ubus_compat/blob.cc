@@ -1,3 +1,4 @@
+#include <errno.h>
 #include <limits.h>
 #include <stdlib.h>
 #include <string.h>
@@ -33,7 +34,7 @@ bool growBuffer(struct blob_buf *buf, int minlen)
 
 void setHeader(struct blob_attr *attr, uint32_t idWord, size_t rawLen)
 {
-    attr->id_len = blob_be32(idWord | static_cast<uint32_t>(rawLen));
+    attr->id_len = cpu_to_be32(idWord | static_cast<uint32_t>(rawLen));
 }
 
 size_t offsetOf(const struct blob_buf *buf, const struct blob_attr *attr)
@@ -61,7 +62,7 @@ struct blob_attr *append(struct blob_buf *buf, uint32_t idWord, size_t payload)
         return nullptr;
     const size_t headOff = offsetOf(buf, buf->head);
     const size_t start = headOff + blob_pad_len(buf->head);
-    const size_t padded = BLOB_ALIGN(kHdr + payload);
+    const size_t padded = (kHdr + payload + BLOB_ATTR_ALIGN - 1) & ~static_cast<size_t>(BLOB_ATTR_ALIGN - 1);
     if (start + padded > kMaxBuffer)
         return nullptr;
     if (start + padded > static_cast<size_t>(buf->buflen)) {
@@ -78,7 +79,7 @@ struct blob_attr *append(struct blob_buf *buf, uint32_t idWord, size_t payload)
 void commit(struct blob_buf *buf, struct blob_attr *attr)
 {
     struct blob_attr *head = buf->head;
-    setHeader(head, blob_be32(head->id_len) & ~BLOB_ATTR_LEN_MASK, blob_raw_len(head) + blob_pad_len(attr));
+    setHeader(head, be32_to_cpu(head->id_len) & ~BLOB_ATTR_LEN_MASK, blob_raw_len(head) + blob_pad_len(attr));
 }
 
 void *enter(struct blob_buf *buf, struct blob_attr *attr)
@@ -93,7 +94,7 @@ void *enter(struct blob_buf *buf, struct blob_attr *attr)
 int blob_buf_init(struct blob_buf *buf, int id)
 {
     if (!buf)
-        return -1;
+        return -EINVAL;
     if (!buf->grow)
         buf->grow = growBuffer;
     if (!buf->buf)
@@ -101,7 +102,7 @@ int blob_buf_init(struct blob_buf *buf, int id)
     if (!buf->buf || buf->buflen < static_cast<int>(kHdr)) {
         buf->head = nullptr;
         if (!buf->grow(buf, static_cast<int>(kHdr) - buf->buflen))
-            return -1;
+            return -ENOMEM;
     }
     buf->head = static_cast<struct blob_attr *>(buf->buf);
     setHeader(buf->head, idWordOf(id), kHdr);

@@ -1,3 +1,4 @@
+#include <errno.h>
 #include <string.h>
 
 #pragma GCC visibility push(default)
@@ -9,9 +10,6 @@
 namespace {
 
 constexpr size_t kHdr = sizeof(struct blob_attr);
-// Deeper nesting than any bus message needs; it bounds the recursion that
-// checks what a peer sent.
-constexpr int kMaxDepth = 32;
 
 uint32_t extendedWord(int type)
 {
@@ -33,31 +31,17 @@ struct blob_attr *appendNamed(struct blob_buf *buf, int type, const char *name, 
     if (!attr)
         return nullptr;
     auto *hdr = static_cast<struct blobmsg_hdr *>(blob_data(attr));
-    hdr->namelen = blob_be16(static_cast<uint16_t>(namelen));
+    hdr->namelen = cpu_to_be16(static_cast<uint16_t>(namelen));
     memcpy(hdr->name, name, namelen);
     return attr;
 }
 
-bool checkChildren(const char *data, size_t len, bool named, int depth);
-
-bool checkAttr(const struct blob_attr *attr, bool name, int depth)
+// The smallest value each blobmsg type needs; integers need exactly it.
+bool checkValue(int type, const char *value, size_t len)
 {
-    if (!attr || depth > kMaxDepth)
-        return false;
-    if (blob_raw_len(attr) < kHdr + sizeof(struct blobmsg_hdr) || !blob_is_extended(attr))
-        return false;
-    const auto *hdr = static_cast<const struct blobmsg_hdr *>(blob_data(attr));
-    const size_t namelen = blobmsg_namelen(hdr);
-    const size_t hdrlen = static_cast<size_t>(blobmsg_hdrlen(static_cast<unsigned int>(namelen)));
-    if (blob_len(attr) < hdrlen || hdr->name[namelen] != '\0')
-        return false;
-    if (name && namelen == 0)
-        return false;
-    const char *value = static_cast<const char *>(blobmsg_data(attr));
-    const size_t len = blob_len(attr) - hdrlen;
-    switch (blobmsg_type(attr)) {
+    switch (type) {
     case BLOBMSG_TYPE_STRING:
-        return len > 0 && memchr(value, '\0', len) != nullptr;
+        return len >= 1 && value[len - 1] == '\0';
     case BLOBMSG_TYPE_INT8:
         return len == 1;
     case BLOBMSG_TYPE_INT16:
@@ -65,73 +49,87 @@ bool checkAttr(const struct blob_attr *attr, bool name, int depth)
     case BLOBMSG_TYPE_INT32:
         return len == 4;
     case BLOBMSG_TYPE_INT64:
-    case BLOBMSG_TYPE_DOUBLE:
         return len == 8;
-    case BLOBMSG_TYPE_TABLE:
-        return checkChildren(value, len, true, depth + 1);
-    case BLOBMSG_TYPE_ARRAY:
-        return checkChildren(value, len, false, depth + 1);
-    default:
+    case BLOBMSG_TYPE_DOUBLE:
+        return len >= 8;
+    default:  // unspecified bytes; a table's or array's children are not looked at
         return true;
     }
 }
 
-// The children, each padded, must cover the value exactly.
-bool checkChildren(const char *data, size_t len, bool named, int depth)
+bool checkName(const struct blob_attr *attr, bool name)
 {
-    while (len > 0) {
-        if (len < kHdr)
-            return false;
-        const auto *child = reinterpret_cast<const struct blob_attr *>(data);
-        if (blob_pad_len(child) > len || !checkAttr(child, named, depth))
-            return false;
-        data += blob_pad_len(child);
-        len -= blob_pad_len(child);
-    }
-    return true;
-}
-
-bool nameIs(const struct blob_attr *attr, const char *name)
-{
+    if (!blob_is_extended(attr))
+        return !name;
+    if (blob_len(attr) < sizeof(struct blobmsg_hdr))
+        return false;
     const auto *hdr = static_cast<const struct blobmsg_hdr *>(blob_data(attr));
     const size_t namelen = blobmsg_namelen(hdr);
-    return strlen(name) == namelen && memcmp(hdr->name, name, namelen) == 0;
+    if (name && namelen == 0)
+        return false;
+    if (blob_len(attr) < static_cast<size_t>(blobmsg_hdrlen(static_cast<unsigned int>(namelen))))
+        return false;
+    return hdr->name[namelen] == '\0';
 }
 
 }  // namespace
 
+bool blobmsg_check_attr_len(const struct blob_attr *attr, bool name, size_t len)
+{
+    if (!attr || len < kHdr)
+        return false;
+    const size_t raw = blob_raw_len(attr);
+    if (raw < kHdr || raw > len)
+        return false;
+    if (!checkName(attr, name))
+        return false;
+    const int type = blobmsg_type(attr);
+    if (type > BLOBMSG_TYPE_LAST)
+        return false;
+    return checkValue(type, static_cast<const char *>(blobmsg_data(attr)), blobmsg_data_len(attr));
+}
+
 bool blobmsg_check_attr(const struct blob_attr *attr, bool name)
 {
-    return checkAttr(attr, name, 0);
+    return attr && blobmsg_check_attr_len(attr, name, blob_raw_len(attr));
 }
 
 int blobmsg_parse(const struct blobmsg_policy *policy, int policy_len, struct blob_attr **tb, void *data,
                   unsigned int len)
 {
     if (policy_len < 0 || (policy_len > 0 && (!policy || !tb)))
-        return -1;
+        return -EINVAL;
     for (int i = 0; i < policy_len; ++i)
         tb[i] = nullptr;
-    if (!data)
-        return len ? -1 : 0;
-    const char *pos = static_cast<const char *>(data);
+    if (!data || !len)
+        return -EINVAL;
+    struct blob_attr *attr;
     size_t rem = len;
-    while (rem > 0) {
-        if (rem < kHdr)
+    __blob_for_each_attr(attr, data, rem)
+    {
+        if (!blobmsg_check_attr_len(attr, false, rem))
             return -1;
-        const auto *attr = reinterpret_cast<const struct blob_attr *>(pos);
-        if (blob_pad_len(attr) > rem || !checkAttr(attr, false, 0))
-            return -1;
+        if (!blob_is_extended(attr))
+            continue;
+        const auto *hdr = static_cast<const struct blobmsg_hdr *>(blob_data(attr));
         for (int i = 0; i < policy_len; ++i) {
-            if (!policy[i].name)
+            if (!policy[i].name || tb[i])
                 continue;
-            if (policy[i].type != BLOBMSG_TYPE_UNSPEC && blobmsg_type(attr) != policy[i].type)
+            const int type = blobmsg_type(attr);
+            if (policy[i].type == BLOBMSG_CAST_INT64) {
+                if (type != BLOBMSG_TYPE_INT64 && type != BLOBMSG_TYPE_INT32 && type != BLOBMSG_TYPE_INT16 &&
+                    type != BLOBMSG_TYPE_INT8)
+                    continue;
+            } else if (policy[i].type != BLOBMSG_TYPE_UNSPEC && type != policy[i].type) {
                 continue;
-            if (nameIs(attr, policy[i].name))
-                tb[i] = const_cast<struct blob_attr *>(attr);
+            }
+            // The real library compares the name's length to the policy
+            // name's kept in 8 bits before the names themselves.
+            if (blobmsg_namelen(hdr) != static_cast<uint8_t>(strlen(policy[i].name)))
+                continue;
+            if (strcmp(policy[i].name, reinterpret_cast<const char *>(hdr->name)) == 0)
+                tb[i] = attr;
         }
-        pos += blob_pad_len(attr);
-        rem -= blob_pad_len(attr);
     }
     return 0;
 }

@@ -98,6 +98,33 @@ void addString(Text &out, const char *s)
     out.add("\"", 1);
 }
 
+// Deeper nesting than any reply needs; it bounds the recursion over what a
+// peer sent.
+constexpr int kMaxDepth = 32;
+
+// The real libubox checks one attribute at a time and never its children,
+// so every level is checked here, each member bounded by what its container
+// has left. A table's members must carry names.
+bool checkMembers(const char *data, size_t len, bool table, int depth)
+{
+    if (depth > kMaxDepth)
+        return false;
+    while (len > 0) {
+        const auto *attr = reinterpret_cast<const struct blob_attr *>(data);
+        if (len < sizeof(struct blob_attr) || !blobmsg_check_attr_len(attr, false, len) ||
+            blob_pad_len(attr) > len || (table && !blob_is_extended(attr)))
+            return false;
+        const int type = blobmsg_type(attr);
+        if ((type == BLOBMSG_TYPE_TABLE || type == BLOBMSG_TYPE_ARRAY) &&
+            !checkMembers(static_cast<const char *>(blobmsg_data(attr)), blobmsg_data_len(attr),
+                          type == BLOBMSG_TYPE_TABLE, depth + 1))
+            return false;
+        data += blob_pad_len(attr);
+        len -= blob_pad_len(attr);
+    }
+    return true;
+}
+
 void addValue(Text &out, const struct blob_attr *attr, bool indent, int depth);
 
 // Members of a table or array; the attributes were checked beforehand.
@@ -131,6 +158,8 @@ void addContainer(Text &out, const char *data, size_t len, bool table, bool inde
 
 void addValue(Text &out, const struct blob_attr *attr, bool indent, int depth)
 {
+    // libubox's getters take a non-const attribute though they only read it.
+    struct blob_attr *value = const_cast<struct blob_attr *>(attr);
     switch (blobmsg_type(attr)) {
     case BLOBMSG_TYPE_TABLE:
     case BLOBMSG_TYPE_ARRAY:
@@ -138,22 +167,22 @@ void addValue(Text &out, const struct blob_attr *attr, bool indent, int depth)
                      blobmsg_type(attr) == BLOBMSG_TYPE_TABLE, indent, depth);
         break;
     case BLOBMSG_TYPE_STRING:
-        addString(out, blobmsg_get_string(attr));
+        addString(out, blobmsg_get_string(value));
         break;
     case BLOBMSG_TYPE_INT8:
-        out.add(blobmsg_get_u8(attr) ? "true" : "false");
+        out.add(blobmsg_get_u8(value) ? "true" : "false");
         break;
     case BLOBMSG_TYPE_INT16:
-        out.addf("%d", static_cast<int16_t>(blobmsg_get_u16(attr)));
+        out.addf("%d", static_cast<int16_t>(blobmsg_get_u16(value)));
         break;
     case BLOBMSG_TYPE_INT32:
-        out.addf("%" PRId32, static_cast<int32_t>(blobmsg_get_u32(attr)));
+        out.addf("%" PRId32, static_cast<int32_t>(blobmsg_get_u32(value)));
         break;
     case BLOBMSG_TYPE_INT64:
-        out.addf("%" PRId64, static_cast<int64_t>(blobmsg_get_u64(attr)));
+        out.addf("%" PRId64, static_cast<int64_t>(blobmsg_get_u64(value)));
         break;
     case BLOBMSG_TYPE_DOUBLE: {
-        uint64_t bits = blobmsg_get_u64(attr);
+        uint64_t bits = blobmsg_get_u64(value);
         double d;
         memcpy(&d, &bits, sizeof d);
         out.addf("%.16g", d);
@@ -176,15 +205,8 @@ ZVUBUS_API char *zvUbusFormatJson(const void *msg, size_t len, int indent)
     if (raw < sizeof(struct blob_attr) || raw > len)
         return nullptr;
     // Every member is checked, nested ones included, before any is printed.
-    const char *data = static_cast<const char *>(blob_data(root));
-    size_t rem = blob_len(root);
-    while (rem > 0) {
-        const auto *attr = reinterpret_cast<const struct blob_attr *>(data);
-        if (rem < sizeof(struct blob_attr) || blob_pad_len(attr) > rem || !blobmsg_check_attr(attr, false))
-            return nullptr;
-        data += blob_pad_len(attr);
-        rem -= blob_pad_len(attr);
-    }
+    if (!checkMembers(static_cast<const char *>(blob_data(root)), blob_len(root), true, 0))
+        return nullptr;
     Text out;
     addContainer(out, static_cast<const char *>(blob_data(root)), blob_len(root), true, indent != 0, 0);
     return out.release();

@@ -1,12 +1,16 @@
 #!/usr/bin/env bash
 # The zvsdp tool on the example pairs against their expected outputs, and its
-# exit codes and messages for files it cannot use.
-# usage: tool_test.sh <zvsdp binary> <examples folder>
+# exit codes and messages for files it cannot use. Built against the gateway's
+# libubus ("system") it also serves the bus object on a private bus daemon and
+# reads it back, when ZVSDP_TEST_UBUSD and ZVSDP_TEST_UBUS name ubusd and ubus.
+# usage: tool_test.sh <zvsdp binary> <examples folder> [bundled|system]
 set -u
 tool=$1
 ex=$2
+bus=${3:-bundled}
 tmp=$(mktemp -d)
-trap 'rm -rf "$tmp"' EXIT
+pids=()
+trap 'for p in "${pids[@]}"; do kill "$p" 2>/dev/null; done; rm -rf "$tmp"' EXIT
 passed=0
 failed=0
 
@@ -47,9 +51,52 @@ check rfc3264-stdin 0 "$ex/offer.rfc3264" sh -c "'$tool' answer --rfc3264 - '$ex
 check parse 0 "$ex/offer.parsed" "$tool" parse "$ex/offer.sdp"
 check mirror 0 "$ex/offer.mirror" "$tool" mirror "$ex/offer.sdp"
 check codecs 0 "" "$tool" codecs
-check codecs-json 0 "" "$tool" codecs --json
-if [ "$(grep -c '"telephone-event"' "$tmp/out")" != 2 ] || [ "$(grep -c payloadType "$tmp/out")" != 14 ]; then
-    echo "FAIL codecs-json: not the 14 members of the get reply"; failed=$((failed + 1))
+
+is_get_reply() { # name: the 14 members of the get reply in $tmp/out
+    if [ "$(grep -c '"telephone-event"' "$tmp/out")" != 2 ] || [ "$(grep -c payloadType "$tmp/out")" != 14 ]; then
+        echo "FAIL $1: not the 14 members of the get reply"; failed=$((failed + 1))
+    fi
+}
+
+# Waits up to 5 s for a command to succeed.
+await() {
+    for _ in $(seq 100); do "$@" >/dev/null 2>&1 && return 0; sleep 0.05; done
+    return 1
+}
+
+if [ "$bus" = bundled ]; then
+    check codecs-json 0 "" "$tool" codecs --json
+    is_get_reply codecs-json
+    check serve-bundled 1 "" "$tool" serve
+    stderr_is serve-bundled-message "zvsdp: serve: built with the bundled libubus, which reaches no bus daemon"
+else
+    check codecs-json-no-daemon 1 "" "$tool" codecs --json -s "$tmp/no-daemon.sock"
+    stderr_is codecs-json-no-daemon-message "zvsdp: zvUbusCall: Connection failed (10)"
+fi
+
+if [ "$bus" = system ] && [ -n "${ZVSDP_TEST_UBUSD:-}" ] && [ -n "${ZVSDP_TEST_UBUS:-}" ]; then
+    sock=$tmp/ubus.sock
+    "$ZVSDP_TEST_UBUSD" -s "$sock" & pids+=($!)
+    await test -S "$sock" || echo "FAIL ubusd: no socket"
+    "$tool" serve -s "$sock" >"$tmp/serve.out" 2>&1 & server=$!
+    pids+=($server)
+    if await "$ZVSDP_TEST_UBUS" -s "$sock" list zvpbx.media.codec; then passed=$((passed + 1)); else
+        echo "FAIL serve: the object never appeared"; cat "$tmp/serve.out"; failed=$((failed + 1)); fi
+    check serve-parse 0 "$ex/offer.parsed" "$tool" parse "$ex/offer.sdp"
+    check codecs-json-bus 0 "" "$tool" codecs --json -s "$sock"
+    is_get_reply codecs-json-bus
+    "$ZVSDP_TEST_UBUS" -s "$sock" call zvpbx.media.codec get >"$tmp/client.json"
+    if diff -u "$tmp/client.json" "$tmp/out"; then passed=$((passed + 1)); else
+        echo "FAIL codecs-json-bus: not what the ubus client prints"; failed=$((failed + 1)); fi
+    check serve-second 1 "" "$tool" serve -s "$sock"
+    stderr_is serve-second-message "zvsdp: zvSdpAppInit: Resource could not be created (2)"
+    kill -TERM "$server"
+    wait "$server"
+    rc=$?
+    if [ "$rc" -eq 0 ]; then passed=$((passed + 1)); else echo "FAIL serve: exit $rc after SIGTERM"; failed=$((failed + 1)); fi
+    await sh -c "! '$ZVSDP_TEST_UBUS' -s '$sock' list zvpbx.media.codec"  # the daemon drops it
+    check codecs-json-gone 1 "" "$tool" codecs --json -s "$sock"
+    stderr_is codecs-json-gone-message "zvsdp: zvUbusCall: Not found (4)"
 fi
 
 check t38 1 "" "$tool" answer "$ex/t38-offer.sdp" "$ex/local.sdp"

@@ -10,6 +10,9 @@
 
 #include "blob.h"
 
+#define BLOBMSG_ALIGN 2
+#define BLOBMSG_PADDING(len) (((len) + (1 << BLOBMSG_ALIGN) - 1) & ~((1 << BLOBMSG_ALIGN) - 1))
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -23,10 +26,11 @@ enum blobmsg_type {
     BLOBMSG_TYPE_INT32,
     BLOBMSG_TYPE_INT16,
     BLOBMSG_TYPE_INT8,
+    BLOBMSG_TYPE_BOOL = BLOBMSG_TYPE_INT8,
     BLOBMSG_TYPE_DOUBLE,
     __BLOBMSG_TYPE_LAST,
     BLOBMSG_TYPE_LAST = __BLOBMSG_TYPE_LAST - 1,
-    BLOBMSG_TYPE_BOOL = BLOBMSG_TYPE_INT8,
+    BLOBMSG_CAST_INT64 = __BLOBMSG_TYPE_LAST, /* policy only: any integer type */
 };
 
 struct blobmsg_hdr {
@@ -41,12 +45,12 @@ struct blobmsg_policy {
 
 static inline int blobmsg_hdrlen(unsigned int namelen)
 {
-    return BLOB_ALIGN((int)(sizeof(struct blobmsg_hdr) + namelen + 1));
+    return BLOBMSG_PADDING((int)(sizeof(struct blobmsg_hdr) + namelen + 1));
 }
 
 static inline uint16_t blobmsg_namelen(const struct blobmsg_hdr *hdr)
 {
-    return blob_be16(hdr->namelen);
+    return be16_to_cpu(hdr->namelen);
 }
 
 static inline const char *blobmsg_name(const struct blob_attr *attr)
@@ -59,17 +63,25 @@ static inline int blobmsg_type(const struct blob_attr *attr)
     return (int)blob_id(attr);
 }
 
+/* The value: after the name of an extended attribute, the whole payload of
+ * a plain one; NULL for NULL. */
 static inline void *blobmsg_data(const struct blob_attr *attr)
 {
-    const struct blobmsg_hdr *hdr = (const struct blobmsg_hdr *)blob_data(attr);
-    return (char *)blob_data(attr) + blobmsg_hdrlen(blobmsg_namelen(hdr));
+    if (!attr)
+        return NULL;
+    char *data = (char *)blob_data(attr);
+    if (blob_is_extended(attr))
+        data += blobmsg_hdrlen(blobmsg_namelen((const struct blobmsg_hdr *)blob_data(attr)));
+    return data;
 }
 
-/* Value length; 0 when the name claims more than the attribute holds. */
+/* Value length; it wraps, as in the real library, when the name claims more
+ * than the attribute holds (blobmsg_check_attr rules that out). */
 static inline size_t blobmsg_data_len(const struct blob_attr *attr)
 {
-    size_t hdr = (size_t)blobmsg_hdrlen(blobmsg_namelen((const struct blobmsg_hdr *)blob_data(attr)));
-    return blob_len(attr) < hdr ? 0 : blob_len(attr) - hdr;
+    if (!attr)
+        return 0;
+    return blob_len(attr) - (size_t)((const char *)blobmsg_data(attr) - (const char *)blob_data(attr));
 }
 
 static inline size_t blobmsg_len(const struct blob_attr *attr)
@@ -77,50 +89,63 @@ static inline size_t blobmsg_len(const struct blob_attr *attr)
     return blobmsg_data_len(attr);
 }
 
-static inline uint8_t blobmsg_get_u8(const struct blob_attr *attr)
+/* The getters take a non-const attribute, as the real ones do. */
+static inline uint8_t blobmsg_get_u8(struct blob_attr *attr)
 {
-    return *(const uint8_t *)blobmsg_data(attr);
+    return *(uint8_t *)blobmsg_data(attr);
 }
 
-static inline bool blobmsg_get_bool(const struct blob_attr *attr)
+static inline bool blobmsg_get_bool(struct blob_attr *attr)
 {
-    return blobmsg_get_u8(attr) != 0;
+    return *(uint8_t *)blobmsg_data(attr);
 }
 
-static inline uint16_t blobmsg_get_u16(const struct blob_attr *attr)
+static inline uint16_t blobmsg_get_u16(struct blob_attr *attr)
 {
     uint16_t v;
     memcpy(&v, blobmsg_data(attr), sizeof v);
-    return blob_be16(v);
+    return be16_to_cpu(v);
 }
 
-static inline uint32_t blobmsg_get_u32(const struct blob_attr *attr)
+static inline uint32_t blobmsg_get_u32(struct blob_attr *attr)
 {
     uint32_t v;
     memcpy(&v, blobmsg_data(attr), sizeof v);
-    return blob_be32(v);
+    return be32_to_cpu(v);
 }
 
-static inline uint64_t blobmsg_get_u64(const struct blob_attr *attr)
+static inline uint64_t blobmsg_get_u64(struct blob_attr *attr)
 {
     uint64_t v;
     memcpy(&v, blobmsg_data(attr), sizeof v);
-    return blob_be64(v);
+    return be64_to_cpu(v);
 }
 
-static inline char *blobmsg_get_string(const struct blob_attr *attr)
+static inline char *blobmsg_get_string(struct blob_attr *attr)
 {
-    return attr ? (char *)blobmsg_data(attr) : NULL;
+    if (!attr)
+        return NULL;
+    return (char *)blobmsg_data(attr);
 }
 
-/* Whether `attr` is a well-formed blobmsg attribute: its name fits and is
- * terminated, its value has the size its type needs, and a table's or
- * array's children are well-formed too. `name` requires a non-empty name. */
+/* Whether the first `len` bytes at `attr` hold one well-formed attribute:
+ * its raw length fits, an extended one's name is terminated and inside it
+ * (and non-empty when `name`), a plain one only when not `name`, its type
+ * is known, and a typed value has its size (integers exactly, a string at
+ * least one byte ending in NUL, a double at least 8). The children of a
+ * table or array are not looked at. */
+bool blobmsg_check_attr_len(const struct blob_attr *attr, bool name, size_t len);
+
+/* blobmsg_check_attr_len bounded by the attribute's own raw length: for
+ * data already known to be framed. */
 bool blobmsg_check_attr(const struct blob_attr *attr, bool name);
 
-/* Fills tb[i] with the attribute named policy[i].name of the policy's type
- * (the last one, when several match) or NULL. 0, or -1 when `data` does not
- * hold well-formed attributes (tb then holds what was found before). */
+/* Fills tb[i] with the first extended attribute named policy[i].name of the
+ * policy's type, or NULL. -EINVAL for no data or a length of 0; -1 when an
+ * attribute fails blobmsg_check_attr_len (tb keeps what was found before);
+ * otherwise 0, also when the walk stops early at a header that does not
+ * fit what is left (trailing bytes, a zero word, a cut attribute). Plain
+ * attributes are skipped. */
 int blobmsg_parse(const struct blobmsg_policy *policy, int policy_len, struct blob_attr **tb, void *data,
                   unsigned int len);
 
@@ -140,6 +165,11 @@ static inline void *blobmsg_open_array(struct blob_buf *buf, const char *name)
     return blobmsg_open_nested(buf, name, true);
 }
 
+static inline int blobmsg_buf_init(struct blob_buf *buf)
+{
+    return blob_buf_init(buf, BLOBMSG_TYPE_TABLE);
+}
+
 static inline void blobmsg_close_table(struct blob_buf *buf, void *cookie)
 {
     blob_nest_end(buf, cookie);
@@ -157,19 +187,19 @@ static inline int blobmsg_add_u8(struct blob_buf *buf, const char *name, uint8_t
 
 static inline int blobmsg_add_u16(struct blob_buf *buf, const char *name, uint16_t val)
 {
-    val = blob_be16(val);
+    val = cpu_to_be16(val);
     return blobmsg_add_field(buf, BLOBMSG_TYPE_INT16, name, &val, 2);
 }
 
 static inline int blobmsg_add_u32(struct blob_buf *buf, const char *name, uint32_t val)
 {
-    val = blob_be32(val);
+    val = cpu_to_be32(val);
     return blobmsg_add_field(buf, BLOBMSG_TYPE_INT32, name, &val, 4);
 }
 
 static inline int blobmsg_add_u64(struct blob_buf *buf, const char *name, uint64_t val)
 {
-    val = blob_be64(val);
+    val = cpu_to_be64(val);
     return blobmsg_add_field(buf, BLOBMSG_TYPE_INT64, name, &val, 8);
 }
 
@@ -179,10 +209,10 @@ static inline int blobmsg_add_string(struct blob_buf *buf, const char *name, con
 }
 
 /* Walks the children of a table or array attribute (`rem` a size_t). */
-#define blobmsg_for_each_attr(pos, attr, rem)                                                            \
-    for (rem = (attr) ? blobmsg_data_len(attr) : 0, pos = (struct blob_attr *)((attr) ? blobmsg_data(attr) : NULL); \
-         (size_t)(rem) >= sizeof(struct blob_attr) && blob_raw_len(pos) >= sizeof(struct blob_attr) &&         \
-         blob_pad_len(pos) <= (size_t)(rem);                                                                   \
+#define blobmsg_for_each_attr(pos, attr, rem)                                                       \
+    for (rem = attr ? blobmsg_data_len(attr) : 0, pos = (struct blob_attr *)(attr ? blobmsg_data(attr) : NULL); \
+         rem >= sizeof(struct blob_attr) && (blob_pad_len(pos) <= rem) &&                            \
+         (blob_pad_len(pos) >= sizeof(struct blob_attr));                                            \
          rem -= blob_pad_len(pos), pos = blob_next(pos))
 
 #ifdef __cplusplus
