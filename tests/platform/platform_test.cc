@@ -1,11 +1,15 @@
 // The platform libraries: pool accounting, zero-filled reuse, hooks, double
-// frees and foreign pointers refused unread, the teardown's drain loop; the
-// 65535 string cap, growth from a string's own text, strict numbers, copies;
-// list duplicates, removal during walks, release order; error texts. Threads,
-// the sort and cut copies into the host's buffers: see the API tests.
+// frees and foreign pointers refused unread, the teardown's drain loop,
+// records cached by threads and given back when they end; the 65535 string
+// cap, growth from a string's own text, strict numbers, copies; list
+// duplicates, removal during walks, release order; error texts. Threads
+// racing on one pool: see the stress tests; the sort and cut copies into the
+// host's buffers: see the API tests.
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <string.h>
 
+#include <future>
 #include <new>
 #include <set>
 #include <string>
@@ -14,6 +18,10 @@
 
 #include "memm.h"
 #include "zvcommon.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+extern "C" size_t __sanitizer_get_current_allocated_bytes();  // the sanitizer runtime's
+#endif
 
 namespace {
 
@@ -81,8 +89,9 @@ TEST(MemmRelease, ForeignPointersAreNeitherFreedNorTakenForRecords)
     memm_free(freed);
     int onStack = 0;
     std::vector<char> heap(32);
+    char *pastEnd = freed + (freed - live);  // the two fill the block; the rest of its page is not ours
     const struct { void *p; int valid, instance; } cases[] = {{live, 1, 1}, {freed, 0, 1}, {memm_alloc(other), 0, 0},
-        {&onStack, 0, 0}, {heap.data(), 0, 0}, {live + 8, 0, 0}};
+        {&onStack, 0, 0}, {heap.data(), 0, 0}, {live + 8, 0, 0}, {pastEnd, 0, 0}, {nullptr, 0, 0}};
     for (const auto &c : cases) {
         EXPECT_EQ(c.valid, memm_isvalidobjfrompool(mine, c.p)) << &c - cases;
         EXPECT_EQ(c.instance, memm_instanceof(mine, c.p)) << &c - cases;
@@ -93,9 +102,6 @@ TEST(MemmRelease, ForeignPointersAreNeitherFreedNorTakenForRecords)
     EXPECT_EQ(0u, inUse(other));
 }
 
-// The pool must not be locked while its hook runs: these free a record of
-// their own pool, as in the teardown's drain loop. A second free must not
-// run the hook again nor put the record on the free list twice.
 // The host prints these texts next to the code, so each code it can get
 // needs a text of its own; the generic one is per thread.
 TEST(ErrorString, EveryUsedCodeHasItsOwnTextOthersNameTheirNumber)
@@ -109,6 +115,85 @@ TEST(ErrorString, EveryUsedCodeHasItsOwnTextOthersNameTheirNumber)
     EXPECT_STREQ("Unknown error code 13", mine);
 }
 
+// Records a thread frees wait in that thread's cache: they must count as
+// free at once, go to another thread before a closed pool reports full, and
+// come back to the pool when the thread ends.
+TEST(MemmThreads, CachedRecordsCountAsFreeServeOtherThreadsAndReturnWhenTheThreadEnds)
+{
+    constexpr uint32_t n = 40;
+    const int pool = memm_initpool3("cached", n, 24, 0, nullptr);
+    ASSERT_EQ(0, memm_disallow_expansion(pool));
+    auto takeAll = [pool] {
+        std::vector<void *> got;
+        while (void *r = memm_alloc(pool))
+            got.push_back(r);
+        return got;
+    };
+    auto stats = [pool] {
+        uint32_t used = 0, available = 0, capacity = 0;
+        memm_get_stats(pool, &used, &available, &capacity);
+        return std::vector<uint32_t>{used, available, capacity};
+    };
+    std::vector<void *> held = takeAll();
+    ASSERT_EQ(n, held.size());
+    std::promise<void> freed, mainDone;
+    std::thread other([&] {
+        for (void *r : held)
+            memm_free(r);
+        freed.set_value();
+        mainDone.get_future().wait();  // alive, its cache full
+        std::vector<void *> mine = takeAll();
+        EXPECT_EQ(n, mine.size());  // main's cache emptied too
+        for (void *r : mine)
+            memm_free(r);
+    });
+    freed.get_future().wait();
+    EXPECT_EQ((std::vector<uint32_t>{0, n, n}), stats());
+    held = takeAll();
+    EXPECT_EQ(n, held.size());
+    EXPECT_EQ(n, std::set<void *>(held.begin(), held.end()).size());
+    for (void *r : held)
+        memm_free(r);
+    mainDone.set_value();
+    other.join();
+    EXPECT_EQ((std::vector<uint32_t>{0, n, n}), stats());
+    EXPECT_EQ(n, takeAll().size());
+}
+
+size_t heapInUse()
+{
+#if defined(__SANITIZE_ADDRESS__)
+    return __sanitizer_get_current_allocated_bytes();
+#else
+    return mallinfo2().uordblks;
+#endif
+}
+
+// A thread's first call makes its caches; threads that come and go must
+// hand them on instead of adding up.
+TEST(MemmThreads, ThreadsComingAndGoingReuseTheCachesOfThoseThatEnded)
+{
+    int strings = MEMM_POOL_NONE, lists = MEMM_POOL_NONE;
+    ASSERT_EQ(0u, zvPbxCommonGetGlobalDynstrPool(&strings));
+    ASSERT_EQ(0u, zvPbxCommonGetGlobalLinkedListPool(&lists));
+    auto round = [&] {
+        llist_t list = nullptr;
+        for (int i = 0; i < 12; ++i)
+            llist_addobject(&list, dynstr_fromprintf(strings, "%0*d", 60, i), lists);
+        llist_release(list);
+    };
+    for (int i = 0; i < 8; ++i)
+        std::thread(round).join();
+    const size_t before = heapInUse();
+    for (int i = 0; i < 200; ++i)
+        std::thread(round).join();
+    EXPECT_LT(heapInUse(), before + 4096);
+    EXPECT_EQ(0u, inUse());
+}
+
+// The pool must not be locked while its hook runs: these free a record of
+// their own pool, as in the teardown's drain loop. A second free must not
+// run the hook again nor put the record on the free list twice.
 TEST_F(Platform, HooksFreeRecordsOfTheirOwnPoolOnceAndTheDrainLoopEmptiesIt)
 {
     std::vector<Rec *> all;
