@@ -2,13 +2,14 @@
 // frees and foreign pointers refused unread, the teardown's drain loop,
 // records cached by threads and given back when they end; the 65535 string
 // cap, growth from a string's own text, strict numbers, copies; list
-// duplicates, removal during walks, release order; error texts. Threads
-// racing on one pool: see the stress tests; the sort and cut copies into the
-// host's buffers: see the API tests.
+// duplicates, lists longer than one record, removal during walks, release
+// order, the stable sort; error texts. Threads racing on one pool: see the
+// stress tests; cut copies into the host's buffers: see the API tests.
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <string.h>
 
+#include <algorithm>
 #include <future>
 #include <new>
 #include <set>
@@ -281,6 +282,85 @@ TEST_F(Platform, ListsRefuseDuplicatesAllowRemovalDuringAWalkAndReleaseInOrder)
     EXPECT_EQ((std::vector<int>{2, 4, 6, 1, 3, 5, 9}), released);  // the tail was unlinked, not freed
     EXPECT_EQ(lists0, inUse(lists));
     EXPECT_EQ(0u, inUse(recs));
+}
+
+// Lists longer than one record (8 objects): order, walks that remove the
+// object they stand on, records given back as the list shrinks, the stable
+// sort on both of its merge paths, and release in list order.
+TEST_F(Platform, LongListsKeepOrderThroughRemovalSortStablyAndReleaseInOrder)
+{
+    const uint32_t lists0 = inUse(lists);
+    std::vector<int> keys(150);
+    auto walk = [](llist_t l) {
+        std::vector<int *> out;
+        for (void *p = llist_getnext(l, nullptr); p; p = llist_getnext(l, p))
+            out.push_back(static_cast<int *>(p));
+        return out;
+    };
+    llist_t list = nullptr;
+    std::vector<int *> expect;
+    for (int i = 0; i < 20; ++i) {
+        ASSERT_EQ(0, llist_addobject(&list, &keys[i], lists));
+        expect.push_back(&keys[i]);
+    }
+    EXPECT_EQ(-1, llist_addobject(&list, &keys[17], lists));  // the duplicate sits in the third record
+    EXPECT_EQ(3u, inUse(lists) - lists0);
+    EXPECT_EQ(expect, walk(list));
+    EXPECT_EQ(nullptr, llist_getnext(list, &keys[19]));
+    EXPECT_EQ(nullptr, llist_getnext(list, &keys[100]));
+    for (void *p = llist_getnext(list, nullptr), *next; p; p = next) {
+        next = llist_getnext(list, p);
+        if ((static_cast<int *>(p) - keys.data()) % 3 != 1) {  // 1, 4, 7, 10, ... stay
+            EXPECT_EQ(0, llist_removeobject(list, p));
+        }
+    }
+    expect.clear();
+    for (int i = 1; i < 20; i += 3)
+        expect.push_back(&keys[i]);
+    EXPECT_EQ(expect, walk(list));
+    EXPECT_EQ(1u, inUse(lists) - lists0);  // 7 left: one record
+    EXPECT_EQ(0, llist_addobject(&list, &keys[0], lists));
+    EXPECT_EQ(0, llist_addobject(&list, &keys[2], lists));  // the ninth opens a record again
+    expect.push_back(&keys[0]);
+    expect.push_back(&keys[2]);
+    EXPECT_EQ(expect, walk(list));
+    EXPECT_EQ(1, llist_contains(list, &keys[2]));
+    EXPECT_EQ(2u, inUse(lists) - lists0);
+    EXPECT_EQ(0, llist_removeobject(list, &keys[1]));
+    EXPECT_EQ(1u, inUse(lists) - lists0);
+    llist_release(list);  // the objects are no records: freeing them is refused
+    EXPECT_EQ(0u, inUse(lists) - lists0);
+
+    // Keys of few values, so that ties are many; the order among equal keys
+    // must be the order of insertion.
+    auto byKey = [](const void *a, const void *b, void *) {
+        return *static_cast<const int *>(a) - *static_cast<const int *>(b);
+    };
+    for (uint32_t n : {20u, 150u}) {  // merged through the buffer; also in place
+        llist_t sorted = nullptr;
+        for (uint32_t i = 0; i < n; ++i) {
+            keys[i] = static_cast<int>((i * 7919u) % (n / 4));
+            ASSERT_EQ(0, llist_addobject(&sorted, &keys[i], lists));
+        }
+        std::vector<int *> stable = walk(sorted);
+        std::stable_sort(stable.begin(), stable.end(), [](int *a, int *b) { return *a < *b; });
+        EXPECT_EQ(-1, llist_sort_ex(sorted, nullptr, nullptr));
+        EXPECT_EQ(0, llist_sort_ex(sorted, nullptr, byKey));
+        EXPECT_EQ(stable, walk(sorted)) << n;
+        EXPECT_EQ(n, llist_count(sorted));
+        llist_release(sorted);
+    }
+
+    llist_t owned = nullptr;
+    for (int id = 1; id <= 19; ++id)
+        ASSERT_EQ(0, llist_addobject(&owned, rec(id), lists));
+    memm_free(owned);
+    std::vector<int> ids(19);
+    for (int id = 1; id <= 19; ++id)
+        ids[static_cast<size_t>(id - 1)] = id;
+    EXPECT_EQ(ids, released);
+    EXPECT_EQ(0u, inUse(lists) - lists0);
+    EXPECT_EQ(nullptr, llist_getnext(owned, nullptr));  // a released list reads as none
 }
 
 }  // namespace
