@@ -97,7 +97,7 @@ int dynstr_getlong(dynstr_t s, long *out);
 /* A plain copy of the text, owned by the caller and given back with
  * dynstr_strfree (it comes from the string pool, not from malloc). NULL for
  * a NULL string or when memory is short. dynstr_strfree ignores NULL and
- * anything that is not such a copy. */
+ * anything that is not such a copy, the text of a live string included. */
 char *dynstr_strdup(dynstr_t s);
 void dynstr_strfree(char *copy);
 

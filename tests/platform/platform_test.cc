@@ -219,9 +219,19 @@ TEST_F(Platform, StringsFreeOnlyCopiesReadStrictNumbersGrowFromTheirOwnTextStopA
     EXPECT_STREQ("", dynstr_strncpy(buf, nullptr, 3));
     EXPECT_LT(dynstr_strcmp(nullptr, s), 0);  // absent strings sort first
     char *copy = dynstr_strdup(s);
-    dynstr_strfree(reinterpret_cast<char *>(s));  // no copy: left alone
-    dynstr_strfree(buf);
+    const std::string longText(100, 'L');  // held in character storage, as copies are
+    dynstr_t held = dynstr_fromstr(strings, longText.c_str());
+    const uint32_t beforeFrees = inUse();
+    for (const char *notACopy : {reinterpret_cast<const char *>(s), static_cast<const char *>(buf),
+             dynstr_cstr(held), dynstr_cstr(held) + 1, dynstr_cstr(held) - 1})
+        dynstr_strfree(const_cast<char *>(notACopy));  // left alone
+    EXPECT_EQ(beforeFrees, inUse());
+    EXPECT_EQ(longText, dynstr_cstr(held));
+    char *longCopy = dynstr_strdup(held);
+    EXPECT_EQ(longText, longCopy);
+    dynstr_strfree(longCopy);
     dynstr_strfree(copy);
+    dynstr_release(held);
     dynstr_release(s);
     EXPECT_EQ(0, dynstr_isdynstring(s));
     EXPECT_EQ(records, inUse());
