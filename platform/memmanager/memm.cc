@@ -540,8 +540,10 @@ void flushCache(Pool *pool, Cache *c, uint32_t n)
 
 intptr_t cachedRecords(const Pool *pool, int handle);
 
-// A cached record of another thread, claimed; the pool lock is held.
-void *steal(int handle, const Cache *own)
+// A cached record of another thread, claimed; the pool lock is held. A few
+// more of the same cache go to the thief's own cache, so that a thread that
+// only takes what another only frees does not come here for each record.
+void *steal(const Pool *pool, int handle, Cache *own)
 {
     for (ThreadState *t = __atomic_load_n(&g_threads, __ATOMIC_ACQUIRE); t;
          t = __atomic_load_n(&t->next, __ATOMIC_ACQUIRE)) {
@@ -549,10 +551,26 @@ void *steal(int handle, const Cache *own)
         if (!c || c == own)
             continue;
         uint32_t top = __atomic_load_n(&c->top, __ATOMIC_ACQUIRE);
-        for (uint32_t i = 0; i < top && i < kCacheSlots; ++i) {
+        void *found = nullptr;
+        uint32_t ownTop = own ? __atomic_load_n(&own->top, __ATOMIC_RELAXED) : kCacheSlots;
+        uint32_t moved = 0;
+        for (uint32_t i = 0; i < top && i < kCacheSlots && (!found || (moved < pool->batch && ownTop < kCacheSlots));
+             ++i) {
             void *p = __atomic_load_n(&c->slots[i], __ATOMIC_RELAXED);
-            if (p && claim(p, kCached, kLive))
-                return p;
+            if (!p || !claim(p, kCached, kLive))
+                continue;
+            if (!found) {
+                found = p;
+                continue;
+            }
+            __atomic_store_n(&own->slots[ownTop++], p, __ATOMIC_RELAXED);
+            __atomic_store_n(&headerOf(p)->state, kCached, __ATOMIC_RELEASE);
+            ++moved;
+        }
+        if (found) {
+            if (moved)
+                __atomic_store_n(&own->top, ownTop, __ATOMIC_RELEASE);
+            return found;
         }
     }
     return nullptr;
@@ -568,7 +586,7 @@ void *takeShared(Pool *pool, int handle, Cache *c)
         // records about; only a count that finds no cached record at all
         // proves the pool full.
         do {
-            void *p = steal(handle, c);
+            void *p = steal(pool, handle, c);
             if (p) {
                 if (c)
                     addDelta(c, -1);
@@ -811,9 +829,9 @@ __attribute__((visibility("default"))) int memm_get_stats(int handle, uint32_t *
 __attribute__((visibility("default"))) int memm_isvalidobjfrompool(int handle, const void *record)
 {
     const Block *b = blockOf(record);
-    // The answer is as old as the load, as it would be under a lock once the
-    // lock is given back.
-    return b && b->pool == handle && poolAt(handle) && loadState(headerOf(record)) == kLive;
+    // A pool still being made has no live record. The answer is as old as
+    // the load, as it would be under a lock once the lock is given back.
+    return b && b->pool == handle && loadState(headerOf(record)) == kLive;
 }
 
 __attribute__((visibility("default"))) int memm_instanceof(int handle, const void *record)
