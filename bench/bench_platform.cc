@@ -4,10 +4,11 @@
 // threads at once.
 //
 //   bench_platform [benchmark flags]   the benchmarks
-//   bench_platform --one-call          one warm-up round, then one memm_alloc
-//                                      in zvbench_platform_alloc and one
-//                                      memm_free in zvbench_platform_free (for
-//                                      callgrind's --toggle-collect)
+//   bench_platform --one-call          one warm-up round, then 1000 rounds of
+//                                      one memm_alloc in zvbench_platform_alloc
+//                                      and one memm_free in zvbench_platform_free
+//                                      (for callgrind's --toggle-collect: divide
+//                                      its count by 1000)
 #include <benchmark/benchmark.h>
 
 #include <stdio.h>
@@ -98,8 +99,11 @@ int main(int argc, char **argv)
     if (argc >= 2 && strcmp(argv[1], "--one-call") == 0) {
         setUp();
         memm_free(memm_alloc(g_records));  // the thread's cache is made here
-        void *r = zvbench_platform_alloc(g_records);
-        zvbench_platform_free(r);
+        void *r = nullptr;
+        for (int i = 0; i < 1000; ++i) {
+            r = zvbench_platform_alloc(g_records);
+            zvbench_platform_free(r);
+        }
         return r ? 0 : 1;
     }
     benchmark::Initialize(&argc, argv);

@@ -190,7 +190,7 @@ struct alignas(64) Pool {
     // Under `lock`, apart from the name.
     alignas(64) SpinLock lock;
     char name[32];
-    bool expandable;
+    bool expandable;  // __atomic
     void *shared;  // free records, linked through their first word
     uint32_t sharedCount;
     uint32_t capacity;
@@ -214,8 +214,9 @@ Root g_roots[kRoots];
 ThreadState *g_threads;  // __atomic
 SpinLock g_threadLock;
 pthread_key_t g_threadKey;
-bool g_haveKey;
-pthread_once_t g_keyOnce = PTHREAD_ONCE_INIT;
+// Made with the first pool, so before any thread can want a cache.
+bool g_keyTried;  // under g_tableLock
+bool g_haveKey;   // fixed before the first pool is published
 
 // Stands for "no caches": threads whose state could not be made, and threads
 // past their exit clean-up, go to the shared lists directly.
@@ -296,29 +297,35 @@ inline const Block *blockOf(const void *record)
     return p >= sizeof(Header) ? blockAt(p - sizeof(Header)) : nullptr;
 }
 
-// Makes sure every leaf that `b` needs exists, then enters the block in each
-// chunk it covers; g_tableLock is held. false (nothing entered) when the map
-// is full or memory is short.
+// A new leaf for `key`, or NULL when the map is full or memory is short;
+// g_tableLock is held.
+Block **newLeaf(uintptr_t key)
+{
+    for (uint32_t i = 0, at = static_cast<uint32_t>(key); i < kRoots; ++i, ++at) {
+        Root &root = g_roots[at & (kRoots - 1)];
+        if (__atomic_load_n(&root.leaf, __ATOMIC_RELAXED))
+            continue;
+        Block **leaf = static_cast<Block **>(calloc(kLeafSize, sizeof(Block *)));
+        if (leaf) {
+            root.key = key;
+            __atomic_store_n(&root.leaf, leaf, __ATOMIC_RELEASE);
+        }
+        return leaf;
+    }
+    return nullptr;
+}
+
+// Enters `b` for every chunk it covers; g_tableLock is held. false when the
+// map is full or memory is short: the chunks entered so far keep the block,
+// whose slots are then never handed out (and never given back).
 bool enterBlock(Block *b)
 {
-    uintptr_t first = b->begin >> kChunkBits, last = (b->begin + b->bytes - 1) >> kChunkBits;
-    for (uintptr_t key = first >> kLeafBits; key <= last >> kLeafBits; ++key) {
-        if (leafOf(key))
-            continue;
-        uint32_t at = static_cast<uint32_t>(key) & (kRoots - 1), probes = 0;
-        while (__atomic_load_n(&g_roots[at].leaf, __ATOMIC_RELAXED)) {
-            if (++probes == kRoots)
-                return false;
-            at = (at + 1) & (kRoots - 1);
-        }
-        Block **leaf = static_cast<Block **>(calloc(kLeafSize, sizeof(Block *)));
-        if (!leaf)
+    for (uintptr_t chunk = b->begin >> kChunkBits; chunk <= (b->begin + b->bytes - 1) >> kChunkBits; ++chunk) {
+        Block **leaf = leafOf(chunk >> kLeafBits);
+        if (!leaf && !(leaf = newLeaf(chunk >> kLeafBits)))
             return false;
-        g_roots[at].key = key;
-        __atomic_store_n(&g_roots[at].leaf, leaf, __ATOMIC_RELEASE);
+        __atomic_store_n(&leaf[chunk & (kLeafSize - 1)], b, __ATOMIC_RELEASE);
     }
-    for (uintptr_t chunk = first; chunk <= last; ++chunk)
-        __atomic_store_n(&leafOf(chunk >> kLeafBits)[chunk & (kLeafSize - 1)], b, __ATOMIC_RELEASE);
     return true;
 }
 
@@ -327,15 +334,13 @@ bool enterBlock(Block *b)
 bool addBlock(Pool *pool, int handle, uint32_t count)
 {
     uint64_t bytes = static_cast<uint64_t>(count) * pool->slot;
-    if (bytes > kMaxBlockBytes || pool->capacity + count < count)
-        return false;
-    Block *b = static_cast<Block *>(malloc(sizeof(Block)));
     void *slots = nullptr;
-    if (!b || posix_memalign(&slots, kChunk, static_cast<size_t>(bytes)) != 0) {
-        free(b);
+    // The block's record follows its slots, outside the range the map places.
+    if (bytes > kMaxBlockBytes || pool->capacity + count < count ||
+        posix_memalign(&slots, kChunk, static_cast<size_t>(bytes) + sizeof(Block)) != 0)
         return false;
-    }
     memset(slots, 0, static_cast<size_t>(bytes));
+    Block *b = reinterpret_cast<Block *>(static_cast<uint8_t *>(slots) + bytes);
     b->begin = reinterpret_cast<uintptr_t>(slots);
     b->bytes = static_cast<uint32_t>(bytes);
     b->slot = pool->slot;
@@ -357,11 +362,8 @@ bool addBlock(Pool *pool, int handle, uint32_t count)
         Guard g(g_tableLock);
         entered = enterBlock(b);
     }
-    if (!entered) {
-        free(slots);
-        free(b);
+    if (!entered)
         return false;
-    }
     pool->shared = recordAt(b->begin);
     pool->sharedCount += count;
     if (pool->lastBlock)
@@ -403,14 +405,8 @@ void threadEnded(void *value)
     t->taken = false;
 }
 
-void makeKey()
-{
-    g_haveKey = pthread_key_create(&g_threadKey, threadEnded) == 0;
-}
-
 ThreadState *takeThreadState()
 {
-    pthread_once(&g_keyOnce, makeKey);
     if (!g_haveKey)
         return &g_noCaches;
     ThreadState *t = nullptr;
@@ -437,7 +433,7 @@ ThreadState *takeThreadState()
 
 // The calling thread's cache of `handle`, made on first use; NULL when the
 // thread can have none.
-Cache *makeCache(int handle)
+__attribute__((noinline)) Cache *makeCache(int handle)
 {
     ThreadState *t = t_state;
     if (!t)
@@ -490,11 +486,13 @@ inline void *popCached(Cache *c)
         return nullptr;
     uint32_t seq = beginChange(c);
     void *found = nullptr;
-    while (top && !found) {
+    do {
         void *p = __atomic_load_n(&c->slots[--top], __ATOMIC_RELAXED);
-        if (claim(p, kCached, kLive))
+        if (claim(p, kCached, kLive)) {
             found = p;
-    }
+            break;
+        }
+    } while (top);
     __atomic_store_n(&c->top, top, __ATOMIC_RELAXED);
     if (found)
         addDelta(c, -1);
@@ -595,7 +593,7 @@ void *takeShared(Pool *pool, int handle, Cache *c)
                 return p;
             }
         } while (cachedRecords(pool, handle) > 0);
-        if (!pool->expandable || !addBlock(pool, handle, nextGrowth(pool)))
+        if (!__atomic_load_n(&pool->expandable, __ATOMIC_RELAXED) || !addBlock(pool, handle, nextGrowth(pool)))
             return nullptr;
     }
     void *record = pool->shared;
@@ -630,29 +628,26 @@ inline void *handOut(Pool *pool, void *record)
     return memset(record, 0, pool->size);
 }
 
+// The caller's cache, if it has one, is empty.
 __attribute__((noinline)) void *allocSlow(int handle)
 {
     Pool *pool = poolAt(handle);
     if (!pool)
         return nullptr;
-    Cache *c = cacheOf(handle);
-    void *record = c ? popCached(c) : nullptr;
-    if (!record)
-        record = takeShared(pool, handle, c);
+    void *record = takeShared(pool, handle, cacheOf(handle));
     return record ? handOut(pool, record) : nullptr;
 }
 
 __attribute__((noinline)) void freeSlow(Pool *pool, int handle, void *record)
 {
     Cache *c = cacheOf(handle);
+    if (c && __atomic_load_n(&c->top, __ATOMIC_RELAXED) == kCacheSlots) {
+        Guard g(pool->lock);
+        flushCache(pool, c, kCacheSlots / 2);
+    }
     if (c && pushCached(c, record))
         return;
     Guard g(pool->lock);
-    if (c) {
-        flushCache(pool, c, kCacheSlots / 2);
-        if (pushCached(c, record))
-            return;
-    }
     *static_cast<void **>(record) = pool->shared;
     pool->shared = record;
     pool->sharedCount++;
@@ -708,6 +703,10 @@ __attribute__((visibility("default"))) int memm_initpool3(const char *name, uint
     int handle = MEMM_POOL_NONE;
     {
         Guard g(g_tableLock);
+        if (!g_keyTried) {
+            g_keyTried = true;
+            g_haveKey = pthread_key_create(&g_threadKey, threadEnded) == 0;
+        }
         for (int i = 0; i < MEMM_MAX_POOLS && handle == MEMM_POOL_NONE; ++i)
             if (!g_claimed[i])
                 g_claimed[handle = i] = true;
@@ -746,8 +745,7 @@ __attribute__((visibility("default"))) int memm_disallow_expansion(int handle)
     Pool *pool = poolAt(handle);
     if (!pool)
         return -1;
-    Guard g(pool->lock);
-    pool->expandable = false;
+    __atomic_store_n(&pool->expandable, false, __ATOMIC_RELAXED);
     return 0;
 }
 
