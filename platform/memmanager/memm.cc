@@ -1,79 +1,247 @@
 #include "memm.h"
 
 #include <pthread.h>
+#include <sched.h>
 #include <stdlib.h>
 #include <string.h>
+
+#if defined(__linux__)
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#endif
+
+#if defined(__SANITIZE_THREAD__)
+#define MEMM_TSAN 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define MEMM_TSAN 1
+#endif
+#endif
+#ifdef MEMM_TSAN
+#include <sanitizer/tsan_interface.h>
+#endif
+
+// How it is laid out, and why:
+//
+// Placement. Blocks of records start on kChunk boundaries, so every chunk of
+// address space holds the start of at most one of them, and a two-level map
+// from chunk number to block places any pointer with a few loads and no
+// lock. The map only ever gains entries; the memory around a pointer is
+// never read before the map has said it is a record slot.
+//
+// Free records. Each thread keeps a small cache of free records per pool, so
+// that alloc and free in the steady state touch only that thread's cache and
+// the record itself. A record's state word decides who owns it: a free claims
+// a live record with one compare-and-swap (a double free loses it), and an
+// alloc claims a cached record the same way, so a cache entry is only a
+// hint. Other threads may claim the records of a cache: a thread that finds
+// the pool's shared free list empty scans every cache under the pool lock,
+// and reports the pool exhausted (or grows it) only once the counts below
+// say that no record is cached anywhere, which keeps the exhaustion point of
+// a closed pool exact. A cache can therefore hold stale entries (records
+// that were claimed elsewhere); they are skipped.
+//
+// Accounting. Each cache counts the records it moved into and out of the
+// cached state; a sequence number, odd while the owner changes the cache,
+// lets memm_get_stats read all counts as of one moment without stopping the
+// owners.
 
 namespace {
 
 constexpr uint32_t kGrowMin = 16;
-// Blocks of all pools together. Pools grow by half their size, so even a pool
-// grown from 16 to millions of records holds only a few dozen blocks.
-constexpr uint32_t kMaxBlocks = 4096;
+constexpr unsigned kChunkBits = 12;
+constexpr uintptr_t kChunk = uintptr_t{1} << kChunkBits;
+constexpr unsigned kLeafBits = 10;
+constexpr uintptr_t kLeafSize = uintptr_t{1} << kLeafBits;
+// Leaves of the map; each covers 4 MB of address space. On 32-bit targets
+// the whole address space needs exactly this many, so no two keys collide.
+constexpr uint32_t kRoots = 1024;
+constexpr uint32_t kCacheSlots = 32;
+// Blocks larger than this are refused, so offsets within a block fit 32 bits.
+constexpr uint64_t kMaxBlockBytes = uint64_t{1} << 31;
 
-enum SlotState : uint16_t { kFree = 0, kLive = 1, kReleasing = 2 };
+// Record states. A new block's slots are zero, hence on the shared list.
+enum : uint32_t { kShared = 0, kCached = 1, kLive = 2, kReleasing = 3 };
 
 // Sits in front of every record; 8 bytes, so records keep 8-byte alignment.
-// `state` changes with __atomic operations only: a free claims its record
-// with one compare-and-swap before it takes any lock.
 struct Header {
-    uint32_t ordinal;  // the slot's position within its pool
-    uint16_t pool;
-    uint16_t state;
+    uint32_t state;    // __atomic only
+    uint32_t ordinal;  // the slot's position within its pool; fixed
 };
 static_assert(sizeof(Header) == 8, "record header must keep records 8-byte aligned");
 
-// Everything but `next` is fixed before the block is published; `next` and
-// a pool's `blocks` are written once, with __atomic stores.
-struct Block {
-    Block *next;
-    uint8_t *slots;
-    uint32_t count;
-    uint32_t slot;         // bytes per slot, a copy of the pool's
-    uint32_t ordinalBase;  // ordinal of this block's first slot within the pool
-    int pool;
+inline void cpuRelax()
+{
+#if defined(__i386__) || defined(__x86_64__)
+    __builtin_ia32_pause();
+#else
+    __asm__ __volatile__("" ::: "memory");
+#endif
+}
+
+// Static storage only: zero is free, and nothing runs at load time.
+// A pool's lock guards only the slow paths (the shared free list, growth,
+// stealing and the counts), which hold it for a short while: spin briefly,
+// then sleep on a futex (yield where there is none).
+class SpinLock {
+public:
+    void lock()
+    {
+#ifdef MEMM_TSAN
+        __tsan_mutex_pre_lock(this, __tsan_mutex_linker_init);
+#endif
+        uint32_t expected = 0;
+        if (!__atomic_compare_exchange_n(&word_, &expected, 1u, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED))
+            contended();
+#ifdef MEMM_TSAN
+        __tsan_mutex_post_lock(this, __tsan_mutex_linker_init, 0);
+#endif
+    }
+
+    void unlock()
+    {
+#ifdef MEMM_TSAN
+        __tsan_mutex_pre_unlock(this, __tsan_mutex_linker_init);
+#endif
+        if (__atomic_exchange_n(&word_, 0u, __ATOMIC_RELEASE) == 2u) {
+#if defined(__linux__)
+            syscall(SYS_futex, &word_, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+#endif
+        }
+#ifdef MEMM_TSAN
+        __tsan_mutex_post_unlock(this, __tsan_mutex_linker_init);
+#endif
+    }
+
+private:
+    void contended()
+    {
+        for (int i = 0; i < 100; ++i) {
+            cpuRelax();
+            uint32_t expected = 0;
+            if (__atomic_load_n(&word_, __ATOMIC_RELAXED) == 0 &&
+                __atomic_compare_exchange_n(&word_, &expected, 1u, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED))
+                return;
+        }
+        // 2 whenever a thread may sleep, so that the unlock wakes one.
+        while (__atomic_exchange_n(&word_, 2u, __ATOMIC_ACQUIRE) != 0) {
+#if defined(__linux__)
+            syscall(SYS_futex, &word_, FUTEX_WAIT_PRIVATE, 2u, nullptr, nullptr, 0);
+#else
+            sched_yield();
+#endif
+        }
+    }
+
+    uint32_t word_;  // 0 free, 1 held, 2 held with possible sleepers
 };
 
-struct Pool {
-    int used;      // read without the table lock: __atomic only
-    bool claimed;  // under g_tableLock: taken by a creation under way or done
-    bool expandable;
-    char name[32];
-    uint32_t size;  // record bytes as asked
-    uint32_t slot;  // header + record, rounded up
+class Guard {
+public:
+    explicit Guard(SpinLock &lock) : lock_(lock) { lock_.lock(); }
+    ~Guard() { lock_.unlock(); }
+    Guard(const Guard &) = delete;
+    Guard &operator=(const Guard &) = delete;
+
+private:
+    SpinLock &lock_;
+};
+
+// Fixed once published; only `next` changes (from NULL, once).
+struct Block {
+    uintptr_t begin;   // first slot, on a chunk boundary
+    uint32_t bytes;    // count * slot
+    uint32_t slot;     // bytes per slot
+    uint64_t divisor;  // ceil(2^64 / slot): (offset * divisor <= divisor - 1) <=> slot divides offset
+    uint32_t count;
+    uint32_t ordinalBase;
+    int pool;
+    Block *next;  // the pool's next block, __atomic
+};
+
+// One thread's free records of one pool. The owner changes `top`, `slots`
+// and `delta` with __atomic stores (others read them); stealers never write
+// here, they claim records through the records' states.
+struct Cache {
+    uint32_t seq;     // odd while the owner changes the cache outside the pool lock
+    uint32_t top;     // entries in use: slots[0, top)
+    intptr_t delta;   // records this cache moved into the cached state minus those it took out
+    uint32_t seen;    // memm_get_stats' scratch, under the pool lock
+    void *slots[kCacheSlots];
+};
+
+struct ThreadState {
+    ThreadState *next;  // registry chain, __atomic; states are never unlinked
+    bool taken;         // under g_threadLock
+    Cache *caches[MEMM_MAX_POOLS];  // made on first use, __atomic
+};
+
+struct alignas(64) Pool {
+    // Fixed before `used` is published, or changed seldom: read on every call.
+    int used;  // __atomic
+    uint32_t size;
+    uint32_t slot;
+    uint32_t batch;  // records a refill moves into a cache
     memm_release_hook hook;
-    pthread_mutex_t lock;
-    Block *blocks;
-    Block *lastBlock;
-    void *freeList;  // free records, linked through their first word
-    uint32_t inUse;
+    Block *blocks;     // __atomic
+    uint32_t lowLive;  // __atomic: no live record has a lower ordinal
+
+    // Under `lock`, apart from the name.
+    alignas(64) SpinLock lock;
+    char name[32];
+    bool expandable;  // __atomic
+    void *shared;  // free records, linked through their first word
+    uint32_t sharedCount;
     uint32_t capacity;
     uint32_t growBy;
-    uint32_t firstLiveHint;  // no live record has a lower ordinal
+    intptr_t folded;  // `delta` of the caches of threads that have ended
+    Block *lastBlock;
 };
 
 Pool g_pools[MEMM_MAX_POOLS];
-pthread_mutex_t g_tableLock = PTHREAD_MUTEX_INITIALIZER;
+bool g_claimed[MEMM_MAX_POOLS];  // under g_tableLock: a creation under way or done
+SpinLock g_tableLock;            // the pool table and the map's writers
 
-// Every block ever made, sorted by address, so that any pointer can be
-// placed by a binary search without touching memory that may not be ours.
-// Changed under g_tableLock; readers take no lock but check g_dirVersion
-// (odd while an insertion is under way) before and after their search and
-// fall back to the lock when it moved. Blocks are never freed, so an entry
-// read during an insertion still points at a block. Every access to the
-// entries, the count and the version is __atomic.
-Block *g_blockDir[kMaxBlocks];
-uint32_t g_blockCount;
-uint32_t g_dirVersion;
+struct Root {
+    uintptr_t key;  // written before `leaf` is published
+    Block **leaf;   // kLeafSize entries, __atomic
+};
+Root g_roots[kRoots];
+
+// Registry of per-thread states; a state of an ended thread is taken again
+// by the next new thread, so threads that come and go do not add up.
+ThreadState *g_threads;  // __atomic
+SpinLock g_threadLock;
+pthread_key_t g_threadKey;
+// Made with the first pool, so before any thread can want a cache.
+bool g_keyTried;  // under g_tableLock
+bool g_haveKey;   // fixed before the first pool is published
+
+// Stands for "no caches": threads whose state could not be made, and threads
+// past their exit clean-up, go to the shared lists directly.
+ThreadState g_noCaches;
+__thread ThreadState *t_state __attribute__((tls_model("initial-exec")));
 
 inline Header *headerOf(const void *record)
 {
     return reinterpret_cast<Header *>(const_cast<uint8_t *>(static_cast<const uint8_t *>(record)) - sizeof(Header));
 }
 
-inline void *recordOf(uint8_t *slot)
+inline void *recordAt(uintptr_t slot)
 {
-    return slot + sizeof(Header);
+    return reinterpret_cast<void *>(slot + sizeof(Header));
+}
+
+inline uint32_t loadState(const Header *h)
+{
+    return __atomic_load_n(&h->state, __ATOMIC_ACQUIRE);
+}
+
+inline bool claim(void *record, uint32_t from, uint32_t to)
+{
+    return __atomic_compare_exchange_n(&headerOf(record)->state, &from, to, false, __ATOMIC_ACQUIRE,
+                                       __ATOMIC_RELAXED);
 }
 
 Pool *poolAt(int handle)
@@ -83,152 +251,121 @@ Pool *poolAt(int handle)
     return &g_pools[handle];
 }
 
-inline uint16_t stateOf(const Header *h)
-{
-    return __atomic_load_n(&h->state, __ATOMIC_ACQUIRE);
-}
+// ---- placement ---------------------------------------------------------------
 
-inline void setState(Header *h, uint16_t state)
+Block **probeLeaf(uintptr_t key, uint32_t at)
 {
-    __atomic_store_n(&h->state, state, __ATOMIC_RELEASE);
-}
-
-// The last block whose slots begin at or below `slot`, or NULL.
-const Block *searchDirectory(uintptr_t slot)
-{
-    uint32_t low = 0, high = __atomic_load_n(&g_blockCount, __ATOMIC_ACQUIRE);
-    while (low < high) {
-        uint32_t mid = low + (high - low) / 2;
-        const Block *b = __atomic_load_n(&g_blockDir[mid], __ATOMIC_ACQUIRE);
-        if (reinterpret_cast<uintptr_t>(b->slots) <= slot)
-            low = mid + 1;
-        else
-            high = mid;
-    }
-    return low ? __atomic_load_n(&g_blockDir[low - 1], __ATOMIC_ACQUIRE) : nullptr;
-}
-
-// The block that holds `record` exactly at a record position, or NULL. Reads
-// only the directory, never the memory around `record`.
-const Block *blockOf(const void *record, uint32_t *index)
-{
-    if (!record)
-        return nullptr;
-    uintptr_t p = reinterpret_cast<uintptr_t>(record);
-    if (p < sizeof(Header))
-        return nullptr;
-    uintptr_t slot = p - sizeof(Header);
-    uint32_t version = __atomic_load_n(&g_dirVersion, __ATOMIC_ACQUIRE);
-    const Block *b = nullptr;
-    if (version & 1u) {
-        pthread_mutex_lock(&g_tableLock);
-        b = searchDirectory(slot);
-        pthread_mutex_unlock(&g_tableLock);
-    } else {
-        b = searchDirectory(slot);
-        // The entry loads above are acquire loads, so this one follows them.
-        if (__atomic_load_n(&g_dirVersion, __ATOMIC_RELAXED) != version) {
-            pthread_mutex_lock(&g_tableLock);
-            b = searchDirectory(slot);
-            pthread_mutex_unlock(&g_tableLock);
-        }
-    }
-    if (!b)
-        return nullptr;
-    uintptr_t begin = reinterpret_cast<uintptr_t>(b->slots);
-    if (slot - begin >= static_cast<uintptr_t>(b->count) * b->slot)
-        return nullptr;
-    uintptr_t offset = slot - begin;
-    if (offset % b->slot != 0)
-        return nullptr;
-    if (index)
-        *index = static_cast<uint32_t>(offset / b->slot);
-    return b;
-}
-
-// The block of `pool` that holds `record` exactly at a record position, or
-// NULL. A pool has few blocks, so asking one pool is cheaper than placing
-// the pointer among all of them. The chain only grows, and its links are
-// __atomic, so no lock is needed.
-const Block *blockOfPool(const Pool *pool, const void *record)
-{
-    uintptr_t p = reinterpret_cast<uintptr_t>(record);
-    if (p < sizeof(Header))
-        return nullptr;
-    uintptr_t slot = p - sizeof(Header);
-    for (const Block *b = __atomic_load_n(&pool->blocks, __ATOMIC_ACQUIRE); b;
-         b = __atomic_load_n(&b->next, __ATOMIC_ACQUIRE)) {
-        uintptr_t begin = reinterpret_cast<uintptr_t>(b->slots);
-        if (slot < begin || slot - begin >= static_cast<uintptr_t>(b->count) * b->slot)
-            continue;
-        return (slot - begin) % b->slot == 0 ? b : nullptr;
+    for (uint32_t i = 1; i < kRoots; ++i) {
+        at = (at + 1) & (kRoots - 1);
+        Block **leaf = __atomic_load_n(&g_roots[at].leaf, __ATOMIC_ACQUIRE);
+        if (!leaf || g_roots[at].key == key)
+            return leaf;
     }
     return nullptr;
 }
 
-// Inserts `b` into the directory in address order; g_tableLock is held.
-bool publishBlock(Block *b)
+// The leaf of `key`, or NULL. A key's first slot almost always holds it.
+inline Block **leafOf(uintptr_t key)
 {
-    uint32_t n = __atomic_load_n(&g_blockCount, __ATOMIC_RELAXED);
-    if (n >= kMaxBlocks)
-        return false;
-    uint32_t version = __atomic_load_n(&g_dirVersion, __ATOMIC_RELAXED);
-    __atomic_store_n(&g_dirVersion, version + 1, __ATOMIC_RELAXED);
-    // Release stores: a reader that sees any of them sees the odd version.
-    uint32_t i = n;
-    for (; i > 0; --i) {
-        Block *before = __atomic_load_n(&g_blockDir[i - 1], __ATOMIC_RELAXED);
-        if (before->slots < b->slots)
-            break;
-        __atomic_store_n(&g_blockDir[i], before, __ATOMIC_RELEASE);
+    uint32_t at = static_cast<uint32_t>(key) & (kRoots - 1);
+    Block **leaf = __atomic_load_n(&g_roots[at].leaf, __ATOMIC_ACQUIRE);
+    if (__builtin_expect(!leaf || g_roots[at].key == key, 1))
+        return leaf;
+    return probeLeaf(key, at);
+}
+
+// The block whose slot begins exactly at `slot`, or NULL. Reads only the map
+// and the block records.
+inline const Block *blockAt(uintptr_t slot)
+{
+    uintptr_t chunk = slot >> kChunkBits;
+    Block **leaf = leafOf(chunk >> kLeafBits);
+    if (!leaf)
+        return nullptr;
+    const Block *b = __atomic_load_n(&leaf[chunk & (kLeafSize - 1)], __ATOMIC_ACQUIRE);
+    if (!b)
+        return nullptr;
+    uintptr_t offset = slot - b->begin;  // the chunk's start lies in the block, so slot >= begin
+    if (offset >= b->bytes)
+        return nullptr;
+    return static_cast<uint64_t>(offset) * b->divisor <= b->divisor - 1 ? b : nullptr;
+}
+
+inline const Block *blockOf(const void *record)
+{
+    uintptr_t p = reinterpret_cast<uintptr_t>(record);
+    return p >= sizeof(Header) ? blockAt(p - sizeof(Header)) : nullptr;
+}
+
+// A new leaf for `key`, or NULL when the map is full or memory is short;
+// g_tableLock is held.
+Block **newLeaf(uintptr_t key)
+{
+    for (uint32_t i = 0, at = static_cast<uint32_t>(key); i < kRoots; ++i, ++at) {
+        Root &root = g_roots[at & (kRoots - 1)];
+        if (__atomic_load_n(&root.leaf, __ATOMIC_RELAXED))
+            continue;
+        Block **leaf = static_cast<Block **>(calloc(kLeafSize, sizeof(Block *)));
+        if (leaf) {
+            root.key = key;
+            __atomic_store_n(&root.leaf, leaf, __ATOMIC_RELEASE);
+        }
+        return leaf;
     }
-    __atomic_store_n(&g_blockDir[i], b, __ATOMIC_RELEASE);
-    __atomic_store_n(&g_blockCount, n + 1, __ATOMIC_RELEASE);
-    __atomic_store_n(&g_dirVersion, version + 2, __ATOMIC_RELEASE);
+    return nullptr;
+}
+
+// Enters `b` for every chunk it covers; g_tableLock is held. false when the
+// map is full or memory is short: the chunks entered so far keep the block,
+// whose slots are then never handed out (and never given back).
+bool enterBlock(Block *b)
+{
+    for (uintptr_t chunk = b->begin >> kChunkBits; chunk <= (b->begin + b->bytes - 1) >> kChunkBits; ++chunk) {
+        Block **leaf = leafOf(chunk >> kLeafBits);
+        if (!leaf && !(leaf = newLeaf(chunk >> kLeafBits)))
+            return false;
+        __atomic_store_n(&leaf[chunk & (kLeafSize - 1)], b, __ATOMIC_RELEASE);
+    }
     return true;
 }
 
-// Adds a block of `count` free slots; called with the pool lock held (or
-// before the pool is published).
+// Adds a block of `count` free slots to the shared list; the pool lock is
+// held (or the pool is not published yet).
 bool addBlock(Pool *pool, int handle, uint32_t count)
 {
-    if (__atomic_load_n(&g_blockCount, __ATOMIC_RELAXED) >= kMaxBlocks || pool->capacity + count < count)
+    uint64_t bytes = static_cast<uint64_t>(count) * pool->slot;
+    void *slots = nullptr;
+    // The block's record follows its slots, outside the range the map places.
+    if (bytes > kMaxBlockBytes || pool->capacity + count < count ||
+        posix_memalign(&slots, kChunk, static_cast<size_t>(bytes) + sizeof(Block)) != 0)
         return false;
-    Block *b = static_cast<Block *>(malloc(sizeof(Block)));
-    if (!b)
-        return false;
-    b->slots = static_cast<uint8_t *>(calloc(count, pool->slot));
-    if (!b->slots) {
-        free(b);
-        return false;
-    }
-    b->count = count;
+    memset(slots, 0, static_cast<size_t>(bytes));
+    Block *b = reinterpret_cast<Block *>(static_cast<uint8_t *>(slots) + bytes);
+    b->begin = reinterpret_cast<uintptr_t>(slots);
+    b->bytes = static_cast<uint32_t>(bytes);
     b->slot = pool->slot;
-    b->next = nullptr;
+    b->divisor = UINT64_MAX / pool->slot + 1;
+    b->count = count;
     b->ordinalBase = pool->capacity;
     b->pool = handle;
+    b->next = nullptr;
 
-    // The slots are threaded before the block is published: from then on a
-    // lock-free memm_free may look at their headers.
+    // Threaded before the block is entered in the map: from then on a free
+    // may look at the headers. The lowest addresses are handed out first.
     for (uint32_t i = count; i-- > 0;) {
-        uint8_t *slot = b->slots + static_cast<size_t>(i) * pool->slot;
-        Header *h = reinterpret_cast<Header *>(slot);
-        h->ordinal = b->ordinalBase + i;
-        h->pool = static_cast<uint16_t>(handle);
-        h->state = kFree;
-        *static_cast<void **>(recordOf(slot)) = i + 1 < count ? recordOf(slot + pool->slot) : pool->freeList;
+        uintptr_t slot = b->begin + static_cast<uintptr_t>(i) * pool->slot;
+        reinterpret_cast<Header *>(slot)->ordinal = b->ordinalBase + i;
+        *static_cast<void **>(recordAt(slot)) = i + 1 < count ? recordAt(slot + pool->slot) : pool->shared;
     }
-    pthread_mutex_lock(&g_tableLock);
-    bool room = publishBlock(b);
-    pthread_mutex_unlock(&g_tableLock);
-    if (!room) {
-        free(b->slots);
-        free(b);
+    bool entered;
+    {
+        Guard g(g_tableLock);
+        entered = enterBlock(b);
+    }
+    if (!entered)
         return false;
-    }
-
-    // The lowest addresses are handed out first.
-    pool->freeList = recordOf(b->slots);
+    pool->shared = recordAt(b->begin);
+    pool->sharedCount += count;
     if (pool->lastBlock)
         __atomic_store_n(&pool->lastBlock->next, b, __ATOMIC_RELEASE);
     else
@@ -244,6 +381,315 @@ uint32_t nextGrowth(const Pool *pool)
     return half > pool->growBy ? half : pool->growBy;
 }
 
+// ---- per-thread caches ---------------------------------------------------------
+
+void flushCache(Pool *pool, Cache *c, uint32_t n);
+
+// Runs when a thread ends: its cached records go back to the shared lists,
+// its counts to the pools, and its state to the next new thread.
+void threadEnded(void *value)
+{
+    ThreadState *t = static_cast<ThreadState *>(value);
+    for (int i = 0; i < MEMM_MAX_POOLS; ++i) {
+        Cache *c = __atomic_load_n(&t->caches[i], __ATOMIC_RELAXED);
+        if (!c)
+            continue;
+        Pool *pool = &g_pools[i];
+        Guard g(pool->lock);
+        flushCache(pool, c, __atomic_load_n(&c->top, __ATOMIC_RELAXED));
+        pool->folded += __atomic_load_n(&c->delta, __ATOMIC_RELAXED);
+        __atomic_store_n(&c->delta, intptr_t{0}, __ATOMIC_RELAXED);
+    }
+    t_state = &g_noCaches;
+    Guard g(g_threadLock);
+    t->taken = false;
+}
+
+ThreadState *takeThreadState()
+{
+    if (!g_haveKey)
+        return &g_noCaches;
+    ThreadState *t = nullptr;
+    {
+        Guard g(g_threadLock);
+        for (t = __atomic_load_n(&g_threads, __ATOMIC_ACQUIRE); t && t->taken; t = t->next) {
+        }
+        if (!t) {
+            t = static_cast<ThreadState *>(calloc(1, sizeof(ThreadState)));
+            if (!t)
+                return &g_noCaches;
+            t->next = __atomic_load_n(&g_threads, __ATOMIC_RELAXED);
+            __atomic_store_n(&g_threads, t, __ATOMIC_RELEASE);
+        }
+        t->taken = true;
+    }
+    if (pthread_setspecific(g_threadKey, t) != 0) {
+        Guard g(g_threadLock);
+        t->taken = false;
+        return &g_noCaches;
+    }
+    return t;
+}
+
+// The calling thread's cache of `handle`, made on first use; NULL when the
+// thread can have none.
+__attribute__((noinline)) Cache *makeCache(int handle)
+{
+    ThreadState *t = t_state;
+    if (!t)
+        t = t_state = takeThreadState();
+    if (t == &g_noCaches)
+        return nullptr;
+    Cache *c = __atomic_load_n(&t->caches[handle], __ATOMIC_RELAXED);
+    if (c)
+        return c;
+    void *memory = nullptr;
+    if (posix_memalign(&memory, 64, (sizeof(Cache) + 63) & ~size_t{63}) != 0)
+        return nullptr;
+    c = static_cast<Cache *>(memset(memory, 0, sizeof(Cache)));
+    __atomic_store_n(&t->caches[handle], c, __ATOMIC_RELEASE);
+    return c;
+}
+
+inline Cache *cacheOf(int handle)
+{
+    ThreadState *t = t_state;
+    Cache *c = t ? __atomic_load_n(&t->caches[handle], __ATOMIC_RELAXED) : nullptr;
+    return __builtin_expect(c != nullptr, 1) ? c : makeCache(handle);
+}
+
+// A reader of the counts loads `seq`, then `delta`, then `seq` again (see
+// cachedRecords): `delta` is stored with release, so a reader that sees a
+// new `delta` also sees the odd `seq` stored before it.
+inline uint32_t beginChange(Cache *c)
+{
+    uint32_t seq = __atomic_load_n(&c->seq, __ATOMIC_RELAXED);
+    __atomic_store_n(&c->seq, seq + 1, __ATOMIC_RELAXED);
+    return seq + 2;
+}
+
+inline void endChange(Cache *c, uint32_t seq)
+{
+    __atomic_store_n(&c->seq, seq, __ATOMIC_RELEASE);
+}
+
+inline void addDelta(Cache *c, intptr_t by)
+{
+    __atomic_store_n(&c->delta, __atomic_load_n(&c->delta, __ATOMIC_RELAXED) + by, __ATOMIC_RELEASE);
+}
+
+// A record claimed from the caller's own cache, or NULL.
+inline void *popCached(Cache *c)
+{
+    uint32_t top = __atomic_load_n(&c->top, __ATOMIC_RELAXED);
+    if (!top)
+        return nullptr;
+    uint32_t seq = beginChange(c);
+    void *found = nullptr;
+    do {
+        void *p = __atomic_load_n(&c->slots[--top], __ATOMIC_RELAXED);
+        if (claim(p, kCached, kLive)) {
+            found = p;
+            break;
+        }
+    } while (top);
+    __atomic_store_n(&c->top, top, __ATOMIC_RELAXED);
+    if (found)
+        addDelta(c, -1);
+    endChange(c, seq);
+    return found;
+}
+
+// Puts a record (claimed by the caller) into its cache; false when it is full.
+inline bool pushCached(Cache *c, void *record)
+{
+    uint32_t top = __atomic_load_n(&c->top, __ATOMIC_RELAXED);
+    if (top == kCacheSlots)
+        return false;
+    uint32_t seq = beginChange(c);
+    __atomic_store_n(&c->slots[top], record, __ATOMIC_RELAXED);
+    __atomic_store_n(&c->top, top + 1, __ATOMIC_RELAXED);
+    addDelta(c, 1);
+    __atomic_store_n(&headerOf(record)->state, kCached, __ATOMIC_RELEASE);
+    endChange(c, seq);
+    return true;
+}
+
+// Moves the cached records among the first `n` entries to the shared list
+// and drops those entries; the pool lock is held.
+void flushCache(Pool *pool, Cache *c, uint32_t n)
+{
+    uint32_t top = __atomic_load_n(&c->top, __ATOMIC_RELAXED);
+    intptr_t moved = 0;
+    for (uint32_t i = 0; i < n; ++i) {
+        void *p = __atomic_load_n(&c->slots[i], __ATOMIC_RELAXED);
+        if (!claim(p, kCached, kShared))
+            continue;
+        *static_cast<void **>(p) = pool->shared;
+        pool->shared = p;
+        pool->sharedCount++;
+        ++moved;
+    }
+    for (uint32_t i = n; i < top; ++i)
+        __atomic_store_n(&c->slots[i - n], __atomic_load_n(&c->slots[i], __ATOMIC_RELAXED), __ATOMIC_RELAXED);
+    __atomic_store_n(&c->top, top - n, __ATOMIC_RELAXED);
+    addDelta(c, -moved);
+}
+
+intptr_t cachedRecords(const Pool *pool, int handle);
+
+// A cached record of another thread, claimed; the pool lock is held. A few
+// more of the same cache go to the thief's own cache, so that a thread that
+// only takes what another only frees does not come here for each record.
+void *steal(const Pool *pool, int handle, Cache *own)
+{
+    for (ThreadState *t = __atomic_load_n(&g_threads, __ATOMIC_ACQUIRE); t;
+         t = __atomic_load_n(&t->next, __ATOMIC_ACQUIRE)) {
+        Cache *c = __atomic_load_n(&t->caches[handle], __ATOMIC_ACQUIRE);
+        if (!c || c == own)
+            continue;
+        uint32_t top = __atomic_load_n(&c->top, __ATOMIC_ACQUIRE);
+        void *found = nullptr;
+        uint32_t ownTop = own ? __atomic_load_n(&own->top, __ATOMIC_RELAXED) : kCacheSlots;
+        uint32_t moved = 0;
+        for (uint32_t i = 0; i < top && i < kCacheSlots && (!found || (moved < pool->batch && ownTop < kCacheSlots));
+             ++i) {
+            void *p = __atomic_load_n(&c->slots[i], __ATOMIC_RELAXED);
+            if (!p || !claim(p, kCached, kLive))
+                continue;
+            if (!found) {
+                found = p;
+                continue;
+            }
+            __atomic_store_n(&own->slots[ownTop++], p, __ATOMIC_RELAXED);
+            __atomic_store_n(&headerOf(p)->state, kCached, __ATOMIC_RELEASE);
+            ++moved;
+        }
+        if (found) {
+            if (moved)
+                __atomic_store_n(&own->top, ownTop, __ATOMIC_RELEASE);
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+// The shared list, then the other threads' caches, then growth. Refills the
+// caller's cache from the shared list on the way.
+void *takeShared(Pool *pool, int handle, Cache *c)
+{
+    Guard g(pool->lock);
+    if (!pool->shared) {
+        // A scan that finds nothing may have crossed owners moving their
+        // records about; only a count that finds no cached record at all
+        // proves the pool full.
+        do {
+            void *p = steal(pool, handle, c);
+            if (p) {
+                if (c)
+                    addDelta(c, -1);
+                else
+                    pool->folded--;
+                return p;
+            }
+        } while (cachedRecords(pool, handle) > 0);
+        if (!__atomic_load_n(&pool->expandable, __ATOMIC_RELAXED) || !addBlock(pool, handle, nextGrowth(pool)))
+            return nullptr;
+    }
+    void *record = pool->shared;
+    pool->shared = *static_cast<void **>(record);
+    pool->sharedCount--;
+    __atomic_store_n(&headerOf(record)->state, kLive, __ATOMIC_RELAXED);
+    if (c) {
+        uint32_t top = __atomic_load_n(&c->top, __ATOMIC_RELAXED);
+        intptr_t moved = 0;
+        while (pool->shared && moved < static_cast<intptr_t>(pool->batch) && top < kCacheSlots) {
+            void *p = pool->shared;
+            pool->shared = *static_cast<void **>(p);
+            pool->sharedCount--;
+            __atomic_store_n(&c->slots[top++], p, __ATOMIC_RELAXED);
+            __atomic_store_n(&headerOf(p)->state, kCached, __ATOMIC_RELEASE);
+            ++moved;
+        }
+        __atomic_store_n(&c->top, top, __ATOMIC_RELEASE);
+        addDelta(c, moved);
+    }
+    return record;
+}
+
+void lowerLive(Pool *pool, uint32_t ordinal);
+
+// Readies a claimed record for its caller.
+inline void *handOut(Pool *pool, void *record)
+{
+    uint32_t ordinal = headerOf(record)->ordinal;
+    if (__builtin_expect(ordinal < __atomic_load_n(&pool->lowLive, __ATOMIC_RELAXED), 0))
+        lowerLive(pool, ordinal);
+    return memset(record, 0, pool->size);
+}
+
+// The caller's cache, if it has one, is empty.
+__attribute__((noinline)) void *allocSlow(int handle)
+{
+    Pool *pool = poolAt(handle);
+    if (!pool)
+        return nullptr;
+    void *record = takeShared(pool, handle, cacheOf(handle));
+    return record ? handOut(pool, record) : nullptr;
+}
+
+__attribute__((noinline)) void freeSlow(Pool *pool, int handle, void *record)
+{
+    Cache *c = cacheOf(handle);
+    if (c && __atomic_load_n(&c->top, __ATOMIC_RELAXED) == kCacheSlots) {
+        Guard g(pool->lock);
+        flushCache(pool, c, kCacheSlots / 2);
+    }
+    if (c && pushCached(c, record))
+        return;
+    Guard g(pool->lock);
+    *static_cast<void **>(record) = pool->shared;
+    pool->shared = record;
+    pool->sharedCount++;
+    __atomic_store_n(&headerOf(record)->state, kShared, __ATOMIC_RELEASE);
+}
+
+void lowerLive(Pool *pool, uint32_t ordinal)
+{
+    uint32_t low = __atomic_load_n(&pool->lowLive, __ATOMIC_RELAXED);
+    while (ordinal < low &&
+           !__atomic_compare_exchange_n(&pool->lowLive, &low, ordinal, true, __ATOMIC_RELAXED, __ATOMIC_RELAXED)) {
+    }
+}
+
+// Records in the cached state, as of one moment; the pool lock is held, so
+// only the owners' own pops and pushes can run meanwhile.
+intptr_t cachedRecords(const Pool *pool, int handle)
+{
+    for (int attempt = 0;; ++attempt) {
+        if (attempt > 8)
+            sched_yield();
+        intptr_t sum = pool->folded;
+        bool settled = true;
+        for (ThreadState *t = __atomic_load_n(&g_threads, __ATOMIC_ACQUIRE); t && settled;
+             t = __atomic_load_n(&t->next, __ATOMIC_ACQUIRE)) {
+            Cache *c = __atomic_load_n(&t->caches[handle], __ATOMIC_ACQUIRE);
+            if (!c)
+                continue;
+            c->seen = __atomic_load_n(&c->seq, __ATOMIC_ACQUIRE);
+            settled = (c->seen & 1u) == 0;
+            sum += __atomic_load_n(&c->delta, __ATOMIC_ACQUIRE);
+        }
+        for (ThreadState *t = __atomic_load_n(&g_threads, __ATOMIC_ACQUIRE); t && settled;
+             t = __atomic_load_n(&t->next, __ATOMIC_ACQUIRE)) {
+            Cache *c = __atomic_load_n(&t->caches[handle], __ATOMIC_ACQUIRE);
+            settled = !c || __atomic_load_n(&c->seq, __ATOMIC_RELAXED) == c->seen;
+        }
+        if (settled)
+            return sum;
+    }
+}
+
 }  // namespace
 
 extern "C" {
@@ -255,15 +701,16 @@ __attribute__((visibility("default"))) int memm_initpool3(const char *name, uint
     if (count == 0 || size == 0 || size > (1u << 24))
         return MEMM_POOL_NONE;
     int handle = MEMM_POOL_NONE;
-    pthread_mutex_lock(&g_tableLock);
-    for (int i = 0; i < MEMM_MAX_POOLS; ++i) {
-        if (!g_pools[i].claimed) {
-            handle = i;
-            g_pools[i].claimed = true;
-            break;
+    {
+        Guard g(g_tableLock);
+        if (!g_keyTried) {
+            g_keyTried = true;
+            g_haveKey = pthread_key_create(&g_threadKey, threadEnded) == 0;
         }
+        for (int i = 0; i < MEMM_MAX_POOLS && handle == MEMM_POOL_NONE; ++i)
+            if (!g_claimed[i])
+                g_claimed[handle = i] = true;
     }
-    pthread_mutex_unlock(&g_tableLock);
     if (handle == MEMM_POOL_NONE)
         return MEMM_POOL_NONE;
 
@@ -276,18 +723,20 @@ __attribute__((visibility("default"))) int memm_initpool3(const char *name, uint
     pool->hook = hook;
     pool->expandable = true;
     pool->growBy = count < kGrowMin ? kGrowMin : count;
-    pthread_mutex_init(&pool->lock, nullptr);
+    // A refill takes a sixteenth of the pool at most, so that in a small
+    // pool one thread's cache leaves the others something to find first.
+    pool->batch = count / 16 < 1 ? 1 : (count / 16 > kCacheSlots / 2 ? kCacheSlots / 2 : count / 16);
+    pool->lowLive = UINT32_MAX;
     bool ok = addBlock(pool, handle, count);
 
-    pthread_mutex_lock(&g_tableLock);
+    Guard g(g_tableLock);
     if (ok) {
         __atomic_store_n(&pool->used, 1, __ATOMIC_RELEASE);
     } else {
-        pthread_mutex_destroy(&pool->lock);
-        memset(pool, 0, sizeof *pool);
+        memset(static_cast<void *>(pool), 0, sizeof *pool);
+        g_claimed[handle] = false;
         handle = MEMM_POOL_NONE;
     }
-    pthread_mutex_unlock(&g_tableLock);
     return handle;
 }
 
@@ -296,60 +745,40 @@ __attribute__((visibility("default"))) int memm_disallow_expansion(int handle)
     Pool *pool = poolAt(handle);
     if (!pool)
         return -1;
-    pthread_mutex_lock(&pool->lock);
-    pool->expandable = false;
-    pthread_mutex_unlock(&pool->lock);
+    __atomic_store_n(&pool->expandable, false, __ATOMIC_RELAXED);
     return 0;
 }
 
 __attribute__((visibility("default"))) void *memm_alloc(int handle)
 {
-    Pool *pool = poolAt(handle);
-    if (!pool)
-        return nullptr;
-    pthread_mutex_lock(&pool->lock);
-    if (!pool->freeList && (!pool->expandable || !addBlock(pool, handle, nextGrowth(pool)))) {
-        pthread_mutex_unlock(&pool->lock);
-        return nullptr;
+    // A thread has a cache of a pool only once the pool is published.
+    ThreadState *t = t_state;
+    if (__builtin_expect(t && static_cast<unsigned>(handle) < MEMM_MAX_POOLS, 1)) {
+        Cache *c = __atomic_load_n(&t->caches[handle], __ATOMIC_RELAXED);
+        if (__builtin_expect(c != nullptr, 1)) {
+            void *record = popCached(c);
+            if (__builtin_expect(record != nullptr, 1))
+                return handOut(&g_pools[handle], record);
+        }
     }
-    void *record = pool->freeList;
-    pool->freeList = *static_cast<void **>(record);
-    Header *h = headerOf(record);
-    setState(h, kLive);
-    pool->inUse++;
-    if (h->ordinal < pool->firstLiveHint)
-        pool->firstLiveHint = h->ordinal;
-    pthread_mutex_unlock(&pool->lock);
-    memset(record, 0, pool->size);
-    return record;
+    return allocSlow(handle);
 }
 
 __attribute__((visibility("default"))) void memm_free(void *record)
 {
-    const Block *b = blockOf(record, nullptr);
-    if (!b)
+    const Block *b = blockOf(record);
+    if (!b || !claim(record, kLive, kReleasing))
         return;
-    Pool *pool = poolAt(b->pool);
-    if (!pool)
-        return;
-    Header *h = headerOf(record);
-    // Only one free of a live record wins this; the hook may then free
-    // anything, this pool's records included.
-    uint16_t expected = kLive;
-    if (!__atomic_compare_exchange_n(&h->state, &expected, static_cast<uint16_t>(kReleasing), false,
-                                     __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE))
-        return;
-
+    // Only one free of a live record gets here; the hook may free anything,
+    // this pool's records included.
+    int handle = b->pool;
+    Pool *pool = &g_pools[handle];
     if (pool->hook)
         pool->hook(record, memm_free);
-
-    memset(record, 0, pool->size);
-    pthread_mutex_lock(&pool->lock);
-    setState(h, kFree);
-    *static_cast<void **>(record) = pool->freeList;
-    pool->freeList = record;
-    pool->inUse--;
-    pthread_mutex_unlock(&pool->lock);
+    ThreadState *t = t_state;
+    Cache *c = t ? __atomic_load_n(&t->caches[handle], __ATOMIC_RELAXED) : nullptr;
+    if (__builtin_expect(!c || !pushCached(c, record), 0))
+        freeSlow(pool, handle, record);
 }
 
 __attribute__((visibility("default"))) void *memm_getfirst(int handle)
@@ -357,27 +786,25 @@ __attribute__((visibility("default"))) void *memm_getfirst(int handle)
     Pool *pool = poolAt(handle);
     if (!pool)
         return nullptr;
-    void *found = nullptr;
-    pthread_mutex_lock(&pool->lock);
-    if (pool->inUse > 0) {
-        for (Block *b = pool->blocks; b && !found; b = b->next) {
-            if (b->ordinalBase + b->count <= pool->firstLiveHint)
-                continue;
-            uint32_t i = pool->firstLiveHint > b->ordinalBase ? pool->firstLiveHint - b->ordinalBase : 0;
-            for (; i < b->count; ++i) {
-                uint8_t *slot = b->slots + static_cast<size_t>(i) * pool->slot;
-                if (stateOf(reinterpret_cast<Header *>(slot)) == kLive) {
-                    found = recordOf(slot);
-                    pool->firstLiveHint = b->ordinalBase + i;
-                    break;
-                }
+    // Under the lock, so that two scans do not undo each other's bound.
+    Guard g(pool->lock);
+    uint32_t from = __atomic_load_n(&pool->lowLive, __ATOMIC_ACQUIRE);
+    for (const Block *b = __atomic_load_n(&pool->blocks, __ATOMIC_ACQUIRE); b;
+         b = __atomic_load_n(&b->next, __ATOMIC_ACQUIRE)) {
+        if (b->ordinalBase + b->count <= from)
+            continue;
+        for (uint32_t i = from > b->ordinalBase ? from - b->ordinalBase : 0; i < b->count; ++i) {
+            uintptr_t slot = b->begin + static_cast<uintptr_t>(i) * b->slot;
+            if (loadState(reinterpret_cast<Header *>(slot)) == kLive) {
+                // An alloc that lowered the bound meanwhile keeps its value.
+                __atomic_compare_exchange_n(&pool->lowLive, &from, b->ordinalBase + i, false, __ATOMIC_RELAXED,
+                                            __ATOMIC_RELAXED);
+                return recordAt(slot);
             }
         }
     }
-    if (!found)
-        pool->firstLiveHint = pool->capacity;
-    pthread_mutex_unlock(&pool->lock);
-    return found;
+    __atomic_compare_exchange_n(&pool->lowLive, &from, UINT32_MAX, false, __ATOMIC_RELAXED, __ATOMIC_RELAXED);
+    return nullptr;
 }
 
 __attribute__((visibility("default"))) int memm_get_stats(int handle, uint32_t *in_use, uint32_t *available,
@@ -386,32 +813,29 @@ __attribute__((visibility("default"))) int memm_get_stats(int handle, uint32_t *
     Pool *pool = poolAt(handle);
     if (!pool)
         return -1;
-    pthread_mutex_lock(&pool->lock);
+    Guard g(pool->lock);
+    uint32_t spare = pool->sharedCount + static_cast<uint32_t>(cachedRecords(pool, handle));
     if (in_use)
-        *in_use = pool->inUse;
+        *in_use = pool->capacity - spare;
     if (available)
-        *available = pool->capacity - pool->inUse;
+        *available = spare;
     if (capacity)
         *capacity = pool->capacity;
-    pthread_mutex_unlock(&pool->lock);
     return 0;
 }
 
 __attribute__((visibility("default"))) int memm_isvalidobjfrompool(int handle, const void *record)
 {
-    Pool *pool = poolAt(handle);
-    const Block *b = pool ? blockOfPool(pool, record) : nullptr;
-    if (!b)
-        return 0;
-    // The answer is as old as the load, as it would be under the lock once
-    // the lock is given back.
-    return stateOf(headerOf(record)) == kLive;
+    const Block *b = blockOf(record);
+    // A pool still being made has no live record. The answer is as old as
+    // the load, as it would be under a lock once the lock is given back.
+    return b && b->pool == handle && loadState(headerOf(record)) == kLive;
 }
 
 __attribute__((visibility("default"))) int memm_instanceof(int handle, const void *record)
 {
-    Pool *pool = poolAt(handle);
-    return pool && blockOfPool(pool, record) != nullptr;
+    const Block *b = blockOf(record);
+    return b && b->pool == handle && poolAt(handle);
 }
 
 __attribute__((visibility("default"))) const char *memm_poolname(int handle)

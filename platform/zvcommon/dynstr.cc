@@ -9,11 +9,38 @@
 #include "zvcommon.h"
 
 struct dynstr_s {
-    char *data;  // inl, or storage from the size-class pools
+    char *data;  // inl, or text storage from the size-class pools
     uint32_t len;
     uint32_t cap;  // usable bytes at data, terminator included
     char inl[48];
 };
+
+namespace {
+
+// Character storage begins with one byte saying what it holds, and the text
+// follows it, so that dynstr_strfree can tell its copies from the storage of
+// live strings (whose text a caller may hold through dynstr_cstr).
+constexpr char kTextTag = 0;  // a string's text: left alone by dynstr_strfree
+constexpr char kCopyTag = 1;  // a dynstr_strdup copy
+
+char *newStorage(uint32_t bytes, char tag, uint32_t *usable)
+{
+    uint32_t size = zvcommon::charClassSize(bytes + 1);
+    char *storage = size ? zvcommon::charAlloc(size) : nullptr;
+    if (!storage)
+        return nullptr;
+    storage[0] = tag;
+    if (usable)
+        *usable = size - 1;
+    return storage + 1;
+}
+
+void dropStorage(char *text)
+{
+    zvcommon::charFree(text - 1);
+}
+
+}  // namespace
 
 namespace zvcommon {
 
@@ -26,7 +53,7 @@ int dynstrReleaseHook(void *record, memm_release_fn)
 {
     dynstr_s *s = static_cast<dynstr_s *>(record);
     if (s->data && s->data != s->inl)
-        charFree(s->data);
+        dropStorage(s->data);
     return 0;
 }
 
@@ -36,26 +63,30 @@ using namespace zvcommon;
 
 namespace {
 
+bool grow(dynstr_s *s, uint32_t len);
+
 // Makes room for `len` characters plus the terminator; keeps the content.
-bool reserve(dynstr_s *s, uint32_t len)
+inline bool reserve(dynstr_s *s, uint32_t len)
 {
-    if (len + 1 <= s->cap)
-        return true;
-    uint32_t cap = charClassSize(len + 1);
-    if (cap == 0)
-        return false;
-    char *data = charAlloc(cap);
+    return len + 1 <= s->cap || grow(s, len);
+}
+
+bool grow(dynstr_s *s, uint32_t len)
+{
+    uint32_t cap = 0;
+    char *data = newStorage(len + 1, kTextTag, &cap);
     if (!data)
         return false;
     memcpy(data, s->data, s->len + 1);
     if (s->data != s->inl)
-        charFree(s->data);
+        dropStorage(s->data);
     s->data = data;
     s->cap = cap;
     return true;
 }
 
-dynstr_s *newString(int pool)
+// A new empty string; the record comes zero-filled.
+inline dynstr_s *newString(int pool)
 {
     if (pool == MEMM_POOL_NONE || pool != dynstrPool())
         return nullptr;
@@ -64,7 +95,6 @@ dynstr_s *newString(int pool)
         return nullptr;
     s->data = s->inl;
     s->cap = sizeof s->inl;
-    s->len = 0;
     return s;
 }
 
@@ -80,10 +110,9 @@ int setN(dynstr_s *s, const char *text, uint32_t n)
     return 0;
 }
 
-uint32_t boundedLen(const char *text, uint32_t limit)
+inline uint32_t boundedLen(const char *text, uint32_t limit)
 {
-    const void *nul = memchr(text, '\0', limit);
-    return nul ? static_cast<uint32_t>(static_cast<const char *>(nul) - text) : limit;
+    return static_cast<uint32_t>(strnlen(text, limit));
 }
 
 // Appends n characters (cut at the cap). `text` may lie inside s's own
@@ -133,7 +162,7 @@ int vformat(dynstr_s *scratch, const char *format, va_list ap)
 void dropScratch(dynstr_s *scratch)
 {
     if (scratch->data != scratch->inl)
-        charFree(scratch->data);
+        dropStorage(scratch->data);
 }
 
 int vappend(dynstr_s *s, const char *format, va_list ap)
@@ -146,6 +175,11 @@ int vappend(dynstr_s *s, const char *format, va_list ap)
     return rc;
 }
 
+inline int asciiLower(unsigned char c)
+{
+    return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c;
+}
+
 int compare(const char *a, const char *b, bool ignoreCase)
 {
     if (!a || !b)
@@ -153,8 +187,8 @@ int compare(const char *a, const char *b, bool ignoreCase)
     if (!ignoreCase)
         return strcmp(a, b);
     for (;; ++a, ++b) {
-        int ca = tolower(static_cast<unsigned char>(*a));
-        int cb = tolower(static_cast<unsigned char>(*b));
+        int ca = asciiLower(static_cast<unsigned char>(*a));
+        int cb = asciiLower(static_cast<unsigned char>(*b));
         if (ca != cb || ca == 0)
             return ca - cb;
     }
@@ -363,7 +397,7 @@ char *dynstr_strdup(dynstr_t s)
 {
     if (!s)
         return nullptr;
-    char *copy = charAlloc(s->len + 1);
+    char *copy = newStorage(s->len + 1, kCopyTag, nullptr);
     if (copy)
         memcpy(copy, s->data, s->len + 1);
     return copy;
@@ -371,8 +405,12 @@ char *dynstr_strdup(dynstr_t s)
 
 void dynstr_strfree(char *copy)
 {
-    if (isCharStorage(copy))
-        charFree(copy);
+    // The tag is read only once the byte before `copy` is known to begin
+    // character storage.
+    uintptr_t p = reinterpret_cast<uintptr_t>(copy);
+    char *storage = reinterpret_cast<char *>(p - 1);
+    if (p > 1 && isCharStorage(storage) && storage[0] == kCopyTag)
+        charFree(storage);
 }
 
 }  // extern "C"

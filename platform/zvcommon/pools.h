@@ -13,13 +13,31 @@ int dynstrReleaseHook(void *record, memm_release_fn release);
 uint32_t listRecordSize();
 int listReleaseHook(void *record, memm_release_fn release);
 
+// Set once, when every pool exists.
+extern bool g_poolsReady;
+extern int g_dynstrPool;
+extern int g_listPool;
+bool createPools();
+
 // Creates the pools on first use; false when they cannot be created.
-bool ensurePools();
-int dynstrPool();
-int listPool();
+inline bool ensurePools()
+{
+    return __builtin_expect(__atomic_load_n(&g_poolsReady, __ATOMIC_ACQUIRE), 1) || createPools();
+}
+
+inline int dynstrPool()
+{
+    return ensurePools() ? g_dynstrPool : MEMM_POOL_NONE;
+}
+
+inline int listPool()
+{
+    return ensurePools() ? g_listPool : MEMM_POOL_NONE;
+}
 
 // Character storage of at least `bytes` bytes from the size-class pools,
-// or NULL when it is larger than the largest class or memory is short.
+// zero-filled, or NULL when it is larger than the largest class or memory
+// is short.
 char *charAlloc(uint32_t bytes);
 // The usable size charAlloc gives for `bytes` (0: too large).
 uint32_t charClassSize(uint32_t bytes);
