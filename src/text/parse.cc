@@ -98,14 +98,14 @@ bool scanUnsigned(const char *text, unsigned *out)
 
 bool isPayloadLine(const char *name)
 {
-    return strcmp(name, "rtpmap") == 0 || strcmp(name, "fmtp") == 0;
+    return (name[0] == 'r' && strcmp(name, "rtpmap") == 0) || (name[0] == 'f' && strcmp(name, "fmtp") == 0);
 }
 
-// The rtpmap and fmtp entries of one stack media description, read once,
-// so that finding those of a payload number is a look through two small
-// arrays rather than a walk of the description for every number. The counts
-// come from the stack as addPayload always took them; an entry missing below
-// its count is remembered and reported where addPayload would meet it.
+// The rtpmap and fmtp entries of one stack media description, read once and
+// chained by payload number, so that finding those of a number costs a look
+// into a table instead of a walk of the description for every number.
+// Numbers outside the RTP range, which a few offers write, are looked for in
+// the arrays one by one.
 class PayloadLines {
 public:
     struct Rtpmap {
@@ -115,46 +115,55 @@ public:
         int channels;
     };
     struct Fmtp {
-        bool named;  // only entries named "fmtp" count
-        bool numbered;
         unsigned number;
         const char *text;
     };
-    static constexpr size_t kMax = 64;
+    static constexpr int kMax = 64;
+    static constexpr int kNumbers = 128;
+    static constexpr uint8_t kNone = 0xFF;
 
     explicit PayloadLines(const RvSdpMediaDescr *descr) : descr_(descr)
     {
-        rtpmapCount_ = rvSdpGetNumOfSpecialAttr(descr, RVSDP_SPEC_ATTR_RTPMAP);
-        fmtpCount_ = rvSdpGetNumOfSpecialAttr(descr, RVSDP_SPEC_ATTR_FMTP);
-        if (rtpmapCount_ > kMax || fmtpCount_ > kMax) {
-            gathered_ = false;
-            return;
-        }
-        const RvSdpRtpMap *r = nullptr;
-        for (size_t i = 0; i < rtpmapCount_; ++i) {
-            r = i == 0 ? rvSdpGetFirstSpecialAttr(descr, RVSDP_SPEC_ATTR_RTPMAP)
-                       : rvSdpGetNextSpecialAttr(r, RVSDP_SPEC_ATTR_RTPMAP);
-            if (!r) {
-                rtpmapCount_ = i;
-                rtpmapBroken_ = true;
-                break;
+        for (const RvSdpRtpMap *r = rvSdpGetFirstSpecialAttr(descr, RVSDP_SPEC_ATTR_RTPMAP); r;
+             r = rvSdpGetNextSpecialAttr(r, RVSDP_SPEC_ATTR_RTPMAP)) {
+            if (rtpmapCount_ == kMax) {
+                gathered_ = false;
+                return;
             }
-            rtpmaps_[i] = {rvSdpRtpMapGetPayload(r), rvSdpRtpMapGetEncodingName(r), rvSdpRtpMapGetClockRate(r),
-                           rvSdpRtpMapGetChannels(r)};
+            rtpmaps_[rtpmapCount_++] = {rvSdpRtpMapGetPayload(r), rvSdpRtpMapGetEncodingName(r),
+                                        rvSdpRtpMapGetClockRate(r), rvSdpRtpMapGetChannels(r)};
         }
-        const RvSdpAttribute *f = nullptr;
-        for (size_t i = 0; i < fmtpCount_; ++i) {
-            f = i == 0 ? rvSdpGetFirstSpecialAttr(descr, RVSDP_SPEC_ATTR_FMTP)
-                       : rvSdpGetNextSpecialAttr(f, RVSDP_SPEC_ATTR_FMTP);
-            if (!f) {
-                fmtpCount_ = i;
-                fmtpBroken_ = true;
-                break;
+        for (const RvSdpAttribute *f = rvSdpGetFirstSpecialAttr(descr, RVSDP_SPEC_ATTR_FMTP); f;
+             f = rvSdpGetNextSpecialAttr(f, RVSDP_SPEC_ATTR_FMTP)) {
+            // Only entries named "fmtp" whose text starts with a number count.
+            const char *name = orEmpty(rvSdpAttributeGetName(f));
+            if (name[0] != 'f' || strcmp(name, "fmtp") != 0)
+                continue;
+            if (fmtpCount_ == kMax) {
+                gathered_ = false;
+                return;
             }
-            Fmtp &e = fmtps_[i];
-            e.named = strcmp(orEmpty(rvSdpAttributeGetName(f)), "fmtp") == 0;
-            e.text = e.named ? attributeValue(f) : "";
-            e.numbered = e.named && scanUnsigned(e.text, &e.number);
+            Fmtp &e = fmtps_[fmtpCount_];
+            e.text = attributeValue(f);
+            if (scanUnsigned(e.text, &e.number))
+                ++fmtpCount_;
+        }
+        memset(firstRtpmap_, kNone, sizeof firstRtpmap_);
+        memset(firstFmtp_, kNone, sizeof firstFmtp_);
+        // Chained from the back, so each chain runs in line order.
+        for (int i = rtpmapCount_; i-- > 0;) {
+            int n = rtpmaps_[i].number;
+            if (n >= 0 && n < kNumbers) {
+                nextRtpmap_[i] = firstRtpmap_[n];
+                firstRtpmap_[n] = static_cast<uint8_t>(i);
+            }
+        }
+        for (int i = fmtpCount_; i-- > 0;) {
+            unsigned n = fmtps_[i].number;
+            if (n < kNumbers) {
+                nextFmtp_[i] = firstFmtp_[n];
+                firstFmtp_[n] = static_cast<uint8_t>(i);
+            }
         }
     }
 
@@ -167,12 +176,14 @@ private:
 
     const RvSdpMediaDescr *descr_;
     bool gathered_ = true;
-    bool rtpmapBroken_ = false;
-    bool fmtpBroken_ = false;
-    size_t rtpmapCount_ = 0;
-    size_t fmtpCount_ = 0;
+    int rtpmapCount_ = 0;
+    int fmtpCount_ = 0;
     Rtpmap rtpmaps_[kMax];
     Fmtp fmtps_[kMax];
+    uint8_t nextRtpmap_[kMax];
+    uint8_t nextFmtp_[kMax];
+    uint8_t firstRtpmap_[kNumbers];
+    uint8_t firstFmtp_[kNumbers];
 };
 
 void addRtpmapPayload(CMedia *media, int payloadNumber, const char *name, int clock, int channels,
@@ -204,25 +215,27 @@ CPayload *PayloadLines::addPayload(CMedia *media, int payloadNumber) const
     if (!gathered_)
         return addPayloadFromStack(media, payloadNumber);
     CPayload *payload = nullptr;
-    for (size_t i = 0; i < rtpmapCount_; ++i) {
-        const Rtpmap &r = rtpmaps_[i];
-        if (r.number == payloadNumber)
-            addRtpmapPayload(media, payloadNumber, r.name, r.clock, r.channels, &payload);
-    }
-    if (rtpmapBroken_) {
-        ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetRtpMap returned NULL\n");
-        return nullptr;
+    bool inTable = payloadNumber >= 0 && payloadNumber < kNumbers;
+    if (inTable) {
+        for (uint8_t i = firstRtpmap_[payloadNumber]; i != kNone; i = nextRtpmap_[i])
+            addRtpmapPayload(media, payloadNumber, rtpmaps_[i].name, rtpmaps_[i].clock, rtpmaps_[i].channels,
+                             &payload);
+    } else {
+        for (int i = 0; i < rtpmapCount_; ++i) {
+            const Rtpmap &r = rtpmaps_[i];
+            if (r.number == payloadNumber)
+                addRtpmapPayload(media, payloadNumber, r.name, r.clock, r.channels, &payload);
+        }
     }
     if (!payload)
         zvSdpMediaAddPayloadFromPayloadType(media, static_cast<uint32_t>(payloadNumber), &payload);
-    for (size_t i = 0; i < fmtpCount_; ++i) {
-        const Fmtp &f = fmtps_[i];
-        if (f.numbered && f.number == static_cast<unsigned>(payloadNumber))
-            applyFmtp(payload, f.text);
-    }
-    if (fmtpBroken_) {
-        ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetFmtp returned NULL\n");
-        return nullptr;
+    if (inTable) {
+        for (uint8_t i = firstFmtp_[payloadNumber]; i != kNone; i = nextFmtp_[i])
+            applyFmtp(payload, fmtps_[i].text);
+    } else {
+        for (int i = 0; i < fmtpCount_; ++i)
+            if (fmtps_[i].number == static_cast<unsigned>(payloadNumber))
+                applyFmtp(payload, fmtps_[i].text);
     }
     return payload;
 }
@@ -230,7 +243,8 @@ CPayload *PayloadLines::addPayload(CMedia *media, int payloadNumber) const
 CPayload *PayloadLines::addPayloadFromStack(CMedia *media, int payloadNumber) const
 {
     CPayload *payload = nullptr;
-    for (size_t i = 0; i < rtpmapCount_; ++i) {
+    size_t rtpmaps = rvSdpGetNumOfSpecialAttr(descr_, RVSDP_SPEC_ATTR_RTPMAP);
+    for (size_t i = 0; i < rtpmaps; ++i) {
         const RvSdpRtpMap *rtpmap = rvSdpGetSpecialAttr(descr_, i, RVSDP_SPEC_ATTR_RTPMAP);
         if (!rtpmap) {
             ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetRtpMap returned NULL\n");
@@ -242,7 +256,8 @@ CPayload *PayloadLines::addPayloadFromStack(CMedia *media, int payloadNumber) co
     }
     if (!payload)
         zvSdpMediaAddPayloadFromPayloadType(media, static_cast<uint32_t>(payloadNumber), &payload);
-    for (size_t i = 0; i < fmtpCount_; ++i) {
+    size_t fmtps = rvSdpGetNumOfSpecialAttr(descr_, RVSDP_SPEC_ATTR_FMTP);
+    for (size_t i = 0; i < fmtps; ++i) {
         const RvSdpAttribute *fmtp = rvSdpGetSpecialAttr(descr_, i, RVSDP_SPEC_ATTR_FMTP);
         if (!fmtp) {
             ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetFmtp returned NULL\n");
