@@ -27,6 +27,38 @@ int removePayloadFromSdpMedia(CMedia *media, CPayload *payload)
 
 uint32_t correctStepByStep(CMedia *mediaObj);
 
+struct Presence {
+    bool codec8k, codec16k, event8k, event16k;
+};
+
+// The answers of the four searches without removal (codecs at 8000 and
+// 16000 Hz, then telephone events at both), from one walk of a locked media,
+// with the lines each search writes, in the order it writes them.
+Presence presentAt(CMedia *media)
+{
+    Presence p = {false, false, false, false};
+    for (void *item = llist_getnext(media->payloads, nullptr); item; item = llist_getnext(media->payloads, item)) {
+        const CPayload *payload = static_cast<CPayload *>(item);
+        bool isEvent = dynstr_strcmp2(payload->name, "telephone-event") == 0;
+        bool &at8k = isEvent ? p.event8k : p.codec8k;
+        bool &at16k = isEvent ? p.event16k : p.codec16k;
+        at8k = at8k || payload->clockRate == 8000;
+        at16k = at16k || payload->clockRate == 16000;
+    }
+    const struct {
+        uint32_t rate;
+        bool found;
+    } searches[] = {{8000, p.codec8k}, {16000, p.codec16k}, {8000, p.event8k}, {16000, p.event16k}};
+    for (const auto &search : searches) {
+        ZV_LOGD_AS(kModHelper, "zvSdpMediaHandleTelephoneEventForClockRate", "clockRate(%d)",
+                   static_cast<int>(search.rate));
+        if (!search.found)
+            ZV_LOGD_AS(kModHelper, "zvSdpMediaHandleTelephoneEventForClockRate", "clockRate(%d) is not needed",
+                       static_cast<int>(search.rate));
+    }
+    return p;
+}
+
 // 1 when the media holds a payload at `rate` that is a telephone event
 // (wantEvents) or anything else (!wantEvents); the first one found is
 // removed when asked.
@@ -103,10 +135,22 @@ ZVSDP_API uint32_t zvSdpMediaCorrectForRfc2833DtmfClockRate(CMedia *mediaObj)
     if (!g_apiInitialised || !mediaObj)
         return correctStepByStep(mediaObj);
     // One operation on the media and its payloads: the locks are taken once
-    // for the four searches and the removals.
+    // for the four searches and the removals, and the searches, which change
+    // nothing, share one walk.
     ClassLock mediaLock(g_mediaModule);
     ClassLock payloadLock(g_payloadModule);
-    return correctStepByStep(mediaObj);
+    zvSdpMediaDumpAllPayloads(mediaObj);
+    Presence found = presentAt(mediaObj);
+    if (found.event8k && !found.codec8k) {
+        ZV_LOGD(kModHelper, "Removing Telephone event %d", 8000);
+        zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 8000, true, true);
+    }
+    if (found.event16k && !found.codec16k) {
+        ZV_LOGD(kModHelper, "Removing Telephone event %d", 16000);
+        zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 16000, true, true);
+    }
+    zvSdpMediaDumpAllPayloads(mediaObj);
+    return ZVSDP_RC_OK;
 }
 
 }  // extern "C"
