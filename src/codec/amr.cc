@@ -81,14 +81,14 @@ public:
     void item(const char *key, size_t keyLength, int value)
     {
         if (out_.length() != 0)
-            out_.append(";", 1);
+            out_.appendChar(';');
         out_.append(key, keyLength);
         out_.appendInt(value);
     }
 
     void more(int value)
     {
-        out_.append(",", 1);
+        out_.appendChar(',');
         out_.appendInt(value);
     }
 

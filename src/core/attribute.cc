@@ -201,7 +201,7 @@ void appendAttribute(TextSink &out, const CAttribute *attribute)
     out.append("a=", 2);
     out.append(dynstr_cstr(attribute->name), dynstr_len(attribute->name));
     if (attribute->value) {
-        out.append(":", 1);
+        out.appendChar(':');
         out.append(dynstr_cstr(attribute->value), dynstr_len(attribute->value));
     }
 }

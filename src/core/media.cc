@@ -53,6 +53,8 @@ const char *transportWord(uint32_t transport)
 
 // Attribute lines are cut here, whatever room the caller's buffer has.
 constexpr uint32_t kAttrLine = 128;
+// Payloads of one media that the printer keeps at hand between its passes.
+constexpr uint32_t kPrintedPayloads = 32;
 
 }  // namespace
 
@@ -289,45 +291,59 @@ ZVSDP_API char *zvSdpMediaObjToString(CMedia *objHndl, char *buffer, uint32_t *l
     // the caller's buffer, piece by piece rather than through printf.
     out.append("m=", 2);
     out.append(mediaTypeWord(objHndl->mediaType));
-    out.append(" ", 1);
+    out.appendChar(' ');
     out.appendInt(static_cast<int>(objHndl->port));
-    out.append(" ", 1);
+    out.appendChar(' ');
     out.append(transportWord(objHndl->transport));
-    llist_t payloads = objHndl->payloads;
     {
         ClassLock payloadLock(g_payloadModule);
-        for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
-            out.append(" ", 1);
+        // One walk of the list serves the three passes; a media with more
+        // payloads than fit here is walked for each pass.
+        CPayload *listed[kPrintedPayloads];
+        uint32_t count = 0;
+        bool whole = true;
+        for (void *p = llist_getnext(objHndl->payloads, nullptr); p; p = llist_getnext(objHndl->payloads, p)) {
+            out.appendChar(' ');
             out.appendInt(static_cast<int>(static_cast<CPayload *>(p)->payloadType));
+            if (count < kPrintedPayloads)
+                listed[count++] = static_cast<CPayload *>(p);
+            else
+                whole = false;
         }
-        out.append("\n", 1);
-        for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
-            const CPayload *payload = static_cast<CPayload *>(p);
+        out.appendChar('\n');
+        auto eachPayload = [&](auto print) {
+            if (whole) {
+                for (uint32_t i = 0; i < count; ++i)
+                    print(listed[i]);
+            } else {
+                for (void *p = llist_getnext(objHndl->payloads, nullptr); p; p = llist_getnext(objHndl->payloads, p))
+                    print(static_cast<CPayload *>(p));
+            }
+        };
+        eachPayload([&](const CPayload *payload) {
             if (!rtpmapRequired(payload))
-                continue;
+                return;
             out.append("a=rtpmap:", 9);
             appendRtpmap(out, payload);
-            out.append("\n", 1);
-        }
-        for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
-            const CPayload *payload = static_cast<CPayload *>(p);
-            if (payload->fmtp) {
-                out.append("a=fmtp:", 7);
-                out.appendInt(static_cast<int>(payload->payloadType));
-                out.append(" ", 1);
-                out.append(dynstr_cstr(payload->fmtp), dynstr_len(payload->fmtp));
-                out.append("\n", 1);
-            }
-        }
+            out.appendChar('\n');
+        });
+        eachPayload([&](const CPayload *payload) {
+            if (!payload->fmtp)
+                return;
+            out.append("a=fmtp:", 7);
+            out.appendInt(static_cast<int>(payload->payloadType));
+            out.appendChar(' ');
+            out.append(dynstr_cstr(payload->fmtp), dynstr_len(payload->fmtp));
+            out.appendChar('\n');
+        });
     }
     ClassLock attributeLock(g_attrModule);
     for (void *a = llist_getnext(objHndl->attributes, nullptr); a; a = llist_getnext(objHndl->attributes, a)) {
-        // Each attribute line is cut as a 128-byte buffer would cut it.
-        char line[kAttrLine];
-        TextSink attribute(line, sizeof line);
-        appendAttribute(attribute, static_cast<CAttribute *>(a));
-        out.append(line, attribute.length());
-        out.append("\n", 1);
+        // Each attribute line is cut where a 128-byte buffer would cut it.
+        TextSink line = out.piece(kAttrLine);
+        appendAttribute(line, static_cast<CAttribute *>(a));
+        out.take(line);
+        out.appendChar('\n');
     }
     *length = out.length();
     return buffer;

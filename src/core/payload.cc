@@ -278,13 +278,13 @@ namespace zv {
 void appendRtpmap(TextSink &out, const CPayload *payload)
 {
     out.appendInt(static_cast<int>(payload->payloadType));
-    out.append(" ", 1);
+    out.appendChar(' ');
     out.append(dynstr_cstr(payload->name), dynstr_len(payload->name));
-    out.append("/", 1);
+    out.appendChar('/');
     out.appendInt(static_cast<int>(payload->clockRate));
     // A channel count of 1 is what no count means.
     if (payload->channels >= 2) {
-        out.append("/", 1);
+        out.appendChar('/');
         out.appendInt(static_cast<int>(payload->channels));
     }
 }
