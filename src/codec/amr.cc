@@ -43,15 +43,24 @@ Key findKey(const char *piece, const char **value)
     if (!equals)
         return kNoKey;
     if (!strchr(equals + 1, '=')) {
+        // No key is the end of another, so at most one ends here, and its
+        // last letter names it (but for the two that end in "d").
         size_t before = static_cast<size_t>(equals + 1 - piece);
-        for (int k = 0; k < kKeyCount; ++k) {
-            size_t n = kKeys[k].length;
-            if (n <= before && memcmp(equals + 1 - n, kKeys[k].text, n) == 0) {
-                *value = equals + 1;
-                return static_cast<Key>(k);
-            }
+        Key k = kNoKey;
+        switch (before >= 2 ? equals[-1] : '\0') {
+        case 't': k = kModeSet; break;
+        case 'n': k = kOctetAlign; break;
+        case 's': k = kChannels; break;
+        case 'd': k = before >= 2 && equals[-2] == 'o' ? kModeChangePeriod : kMaxRed; break;
+        case 'r': k = kModeChangeNeighbor; break;
+        case 'y': k = kModeChangeCapability; break;
+        default: return kNoKey;
         }
-        return kNoKey;
+        size_t n = kKeys[k].length;
+        if (n > before || memcmp(equals + 1 - n, kKeys[k].text, n - 1) != 0)
+            return kNoKey;
+        *value = equals + 1;
+        return k;
     }
     for (int k = 0; k < kKeyCount; ++k) {
         if (const char *found = strstr(piece, kKeys[k].text)) {
@@ -146,11 +155,13 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
             *end = '\0';
         const char *value = nullptr;
         switch (findKey(piece, &value)) {
-        case kModeSet:
-            strncpy(modeSet, value, sizeof modeSet - 1);
-            modeSet[sizeof modeSet - 1] = '\0';
+        case kModeSet: {
+            size_t n = strnlen(value, sizeof modeSet - 1);
+            memcpy(modeSet, value, n);
+            modeSet[n] = '\0';
             modeSetSeen = true;
             break;
+        }
         case kOctetAlign:
             if (isSingleDigit(value))
                 retval->octetAlign = static_cast<uint32_t>(value[0] - '0');
@@ -184,13 +195,15 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
     }
 
     if (modeSetSeen && modeSet[0]) {
-        for (char *mode = modeSet; mode;) {
-            char *comma = strchr(mode, ',');
-            if (comma)
-                *comma = '\0';
-            if (isSingleDigit(mode))
+        // Each piece between commas counts when it is one digit.
+        for (const char *mode = modeSet;;) {
+            if (mode[0] >= '0' && mode[0] <= '9' && (mode[1] == ',' || mode[1] == '\0'))
                 retval->modeSet |= 1u << (mode[0] - '0');
-            mode = comma ? comma + 1 : nullptr;
+            while (*mode && *mode != ',')
+                ++mode;
+            if (!*mode)
+                break;
+            ++mode;
         }
     } else {
         retval->modeSet = kind == ZVSDP_AMR_TYPE_WB ? kFullWideBand : kFullNarrowBand;
