@@ -52,7 +52,9 @@ bool createRecursiveLock(ClassModule &m)
 
 bool isPooledInstance(const ClassModule &m, const void *object)
 {
-    return object && memm_isvalidobjfrompool(m.pool, object) && memm_instanceof(m.pool, object);
+    // A live record of the pool is a record slot of it by the pool manager's
+    // own contract, so the slot test (memm_instanceof) has nothing to add.
+    return object && memm_isvalidobjfrompool(m.pool, object);
 }
 
 bool isSoundName(dynstr_t name)
