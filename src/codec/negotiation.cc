@@ -30,6 +30,18 @@ uint32_t getNumberOfMediaDescriptors(CSdp *sdp, uint32_t *count)
     return rc;
 }
 
+// Payload equality of the negotiation: payloads of one AMR band are one
+// codec, whatever their parameters; others are equal as the payload
+// compare has it (channels, clock, name without regard to case).
+bool payloadsEqual(CPayload *a, CPayload *b)
+{
+    ClassLock lock(g_payloadModule);
+    ZvSdpAmrType kind = amrKind(a);
+    if (kind != ZVSDP_AMR_TYPE_NONE && kind == amrKind(b))
+        return true;
+    return a->channels == b->channels && a->clockRate == b->clockRate && dynstr_strcmpi(a->name, b->name) == 0;
+}
+
 // The name test of the walks that read names into a buffer of their own; a
 // name too long for it cannot be "telephone-event" either way. The caller
 // holds the payload lock.
@@ -92,27 +104,21 @@ void matchAmrParamsWithCommonPayload(CSdp *newCaps, CPayload *common)
         ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
         return;
     }
+    // The session had a media, so the library is started: stepping through
+    // the payloads and comparing cannot fail, only the merge can.
     ClassLock mediaLock(g_mediaModule);
     ClassLock payloadLock(g_payloadModule);
-    CPayload *payload = nullptr;
-    rc = zvSdpMediaGetFirstPayload(media, &payload);
-    if (rc != ZVSDP_RC_OK)
-        ZV_LOGE(kModHelper, "Get payload fail %s", ZV_RC_TEXT(rc));
-    while (rc == ZVSDP_RC_OK && payload) {
-        uint32_t equal = 0;
-        rc = zvSdpPayloadComparePayloads(payload, common, &equal);
-        if (rc == ZVSDP_RC_OK && equal)
-            rc = updateAmrParamsWithCommonPayload(payload, common);
+    for (void *p = llist_getnext(media->payloads, nullptr); p; p = llist_getnext(media->payloads, p)) {
+        CPayload *payload = static_cast<CPayload *>(p);
+        if (!payloadsEqual(payload, common))
+            continue;
+        rc = updateAmrParamsWithCommonPayload(payload, common);
         if (rc != ZVSDP_RC_OK) {
             ZV_LOGC(kModHelper, "Compare payload fail %s", ZV_RC_TEXT(rc));
-            break;
+            ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+            return;
         }
-        rc = zvSdpMediaGetNextPayload(media, payload, &payload);
-        if (rc != ZVSDP_RC_OK)
-            ZV_LOGE(kModHelper, "Get payload fail %s", ZV_RC_TEXT(rc));
     }
-    if (rc != ZVSDP_RC_OK)
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
 }
 
 // Appends a rejected stream of the remote's type and transport.
@@ -136,14 +142,7 @@ ZVSDP_API uint32_t zvSdpPayloadComparePayloads(CPayload *objHndl, CPayload *objH
         ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, objHndl2=%p", vp(objHndl), vp(objHndl2));
         return ZVSDP_RC_INVALID;
     }
-    ClassLock lock(g_payloadModule);
-    // Payloads of one AMR band are one codec, whatever their parameters.
-    ZvSdpAmrType kind1 = amrKind(objHndl);
-    if (kind1 != ZVSDP_AMR_TYPE_NONE && kind1 == amrKind(objHndl2)) {
-        *equal = 1;
-        return ZVSDP_RC_OK;
-    }
-    *equal = zvSdpPayloadObjCompare(objHndl, objHndl2) == 0 ? 1 : 0;
+    *equal = payloadsEqual(objHndl, objHndl2) ? 1 : 0;
     return ZVSDP_RC_OK;
 }
 
@@ -181,35 +180,23 @@ ZVSDP_API uint32_t zvSdpHelperGetFirstCommonPayload(CMedia *first, CMedia *secon
 
     // The first media's order decides; the second's picks the partner. The
     // search is one operation on the two media and their payloads.
+    // Past the queries above the library is started and both media are
+    // present, so no step of the walks can fail: they read the lists and
+    // compare under the locks directly.
     ClassLock mediaLock(g_mediaModule);
     ClassLock payloadLock(g_payloadModule);
-    CPayload *p = nullptr;
-    rc = zvSdpMediaGetFirstPayload(first, &p);
-    while (rc == ZVSDP_RC_OK && p) {
+    for (void *p = llist_getnext(first->payloads, nullptr); p; p = llist_getnext(first->payloads, p)) {
         // Telephone events are never what a stream is served with.
-        if (!isTelephoneEvent(p)) {
-            CPayload *q = nullptr;
-            uint32_t inner = zvSdpMediaGetFirstPayload(second, &q);
-            while (inner == ZVSDP_RC_OK && q) {
-                uint32_t equal = 0;
-                inner = zvSdpPayloadComparePayloads(p, q, &equal);
-                if (inner == ZVSDP_RC_OK && equal) {
-                    *outFirst = p;
-                    if (outSecond)
-                        *outSecond = q;
-                    return ZVSDP_RC_OK;
-                }
-                if (inner == ZVSDP_RC_OK)
-                    inner = zvSdpMediaGetNextPayload(second, q, &q);
+        if (isTelephoneEvent(static_cast<CPayload *>(p)))
+            continue;
+        for (void *q = llist_getnext(second->payloads, nullptr); q; q = llist_getnext(second->payloads, q)) {
+            if (payloadsEqual(static_cast<CPayload *>(p), static_cast<CPayload *>(q))) {
+                *outFirst = static_cast<CPayload *>(p);
+                if (outSecond)
+                    *outSecond = static_cast<CPayload *>(q);
+                return ZVSDP_RC_OK;
             }
-            if (inner != ZVSDP_RC_OK)
-                ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(inner));
         }
-        rc = zvSdpMediaGetNextPayload(first, p, &p);
-    }
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
     }
     return ZVSDP_RC_OK;
 }
