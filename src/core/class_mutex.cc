@@ -18,6 +18,8 @@
 
 namespace zv {
 
+__thread char ClassMutex::t_self;
+
 namespace {
 
 // Object operations hold a class lock for a few hundred instructions at

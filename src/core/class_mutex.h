@@ -6,7 +6,6 @@
 // futex wait on Linux, yielding elsewhere).
 #pragma once
 
-#include <pthread.h>
 #include <stdint.h>
 
 namespace zv {
@@ -58,7 +57,9 @@ public:
     void reset();
 
 private:
-    static uintptr_t selfTag() { return static_cast<uintptr_t>(pthread_self()); }
+    // Any per-thread address tells threads apart, and this one costs no call.
+    static uintptr_t selfTag() { return reinterpret_cast<uintptr_t>(&t_self); }
+    static __thread char t_self __attribute__((tls_model("initial-exec")));
 
     void lockContended();
     void wake();
@@ -85,7 +86,7 @@ private:
 
     uint32_t state_ = 0;    // 0 free, 1 held, 2 held and somebody may wait
     uint32_t depth_ = 0;    // the holder's own count, read by the holder only
-    uintptr_t owner_ = 0;   // pthread_self() of the holder, 0 when free
+    uintptr_t owner_ = 0;   // selfTag() of the holder, 0 when free
     bool recursive_;
 };
 
