@@ -6,9 +6,12 @@
 #include <string.h>
 
 #if defined(__linux__)
-#include <linux/futex.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+// The kernel's numbers, spelled out: not every C library ships the kernel
+// headers that name them.
+#define MEMM_FUTEX_WAIT_PRIVATE 128
+#define MEMM_FUTEX_WAKE_PRIVATE 129
 #endif
 
 #if defined(__SANITIZE_THREAD__)
@@ -106,7 +109,7 @@ public:
 #endif
         if (__atomic_exchange_n(&word_, 0u, __ATOMIC_RELEASE) == 2u) {
 #if defined(__linux__)
-            syscall(SYS_futex, &word_, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+            syscall(SYS_futex, &word_, MEMM_FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
 #endif
         }
 #ifdef MEMM_TSAN
@@ -127,7 +130,7 @@ private:
         // 2 whenever a thread may sleep, so that the unlock wakes one.
         while (__atomic_exchange_n(&word_, 2u, __ATOMIC_ACQUIRE) != 0) {
 #if defined(__linux__)
-            syscall(SYS_futex, &word_, FUTEX_WAIT_PRIVATE, 2u, nullptr, nullptr, 0);
+            syscall(SYS_futex, &word_, MEMM_FUTEX_WAIT_PRIVATE, 2u, nullptr, nullptr, 0);
 #else
             sched_yield();
 #endif
