@@ -26,8 +26,7 @@ int releaseMedia(void *record, memm_release_fn release)
 
 bool instanceCheck(const CMedia *m)
 {
-    return isPooledInstance(M, m) && (!m->payloads || memm_instanceof(M.listPool, m->payloads)) &&
-           m->transport >= ZVSDP_TP_RTPAVP && m->transport <= ZVSDP_TP_UDPBFCP && m->mediaType >= ZVSDP_MT_AUDIO &&
+    return m && m->transport >= ZVSDP_TP_RTPAVP && m->transport <= ZVSDP_TP_UDPBFCP && m->mediaType >= ZVSDP_MT_AUDIO &&
            m->mediaType <= ZVSDP_MT_CONTROL && m->supported <= 1;
 }
 

@@ -50,16 +50,4 @@ bool createRecursiveLock(ClassModule &m)
     return true;
 }
 
-bool isPooledInstance(const ClassModule &m, const void *object)
-{
-    // A live record of the pool is a record slot of it by the pool manager's
-    // own contract, so the slot test (memm_instanceof) has nothing to add.
-    return object && memm_isvalidobjfrompool(m.pool, object);
-}
-
-bool isSoundName(dynstr_t name)
-{
-    return name && dynstr_isdynstring(name) && dynstr_len(name) > 0;
-}
-
 }  // namespace zv

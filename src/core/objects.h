@@ -84,10 +84,16 @@ struct ClassModule {
 // Makes the class's recursive lock; false on failure.
 bool createRecursiveLock(ClassModule &m);
 
-// The shared part of every instance check: a live record of this pool.
-bool isPooledInstance(const ClassModule &m, const void *object);
-// A present, live, non-empty dynamic string.
-bool isSoundName(dynstr_t name);
+// Instance checks run on records the pool manager has just handed out, whose
+// strings the string library has just made. By those libraries' contracts
+// such a record is a live record of its class's pool and its strings are
+// live dynamic strings, so the pool and string tests cannot fail there; what
+// is left to test is what the caller put in: a name that is present and not
+// empty.
+inline bool isSoundName(dynstr_t name)
+{
+    return name && dynstr_len(name) > 0;
+}
 
 // RAII holder of a class lock for one object operation.
 class ClassLock {
