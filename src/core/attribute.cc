@@ -3,7 +3,7 @@
 #include <string.h>
 
 #include "objects.h"
-#include "text_sink.h"
+#include "object_text.h"
 
 namespace zv {
 ClassModule g_attrModule = {kModAttr, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
@@ -189,21 +189,3 @@ ZVSDP_API void zvSdpAttrObjSetAccessRights(CAttribute *objHndl, uint32_t rights)
 }
 
 }  // extern "C"
-
-namespace zv {
-
-// What snprintf of "a=%s:%s" or "a=%s" would write, cut alike, at a
-// fraction of its cost.
-void appendAttribute(TextSink &out, const CAttribute *attribute)
-{
-    if (!attribute->name)
-        return;
-    out.append("a=", 2);
-    out.append(dynstr_cstr(attribute->name), dynstr_len(attribute->name));
-    if (attribute->value) {
-        out.appendChar(':');
-        out.append(dynstr_cstr(attribute->value), dynstr_len(attribute->value));
-    }
-}
-
-}  // namespace zv

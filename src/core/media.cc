@@ -2,7 +2,7 @@
 #include <string.h>
 
 #include "objects.h"
-#include "text_sink.h"
+#include "object_text.h"
 
 namespace zv {
 ClassModule g_mediaModule = {kModMedia, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,

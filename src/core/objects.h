@@ -107,8 +107,6 @@ private:
     ClassModule &m_;
 };
 
-class TextSink;
-
 // Exact name equality for scans of the codec table: most rows differ in
 // their first letter, which is tested before anything is called.
 inline bool sameCodecName(const char *rowName, const char *name)
@@ -117,11 +115,7 @@ inline bool sameCodecName(const char *rowName, const char *name)
 }
 
 // Pieces of the object operations for callers that hold the class lock of
-// the record already (a media printing its payloads and attributes).
-// "<type> <name>/<clock>[/<channels>]", the text of an rtpmap line.
-void appendRtpmap(TextSink &out, const CPayload *payload);
-// "a=<name>[:<value>]", as an attribute prints itself.
-void appendAttribute(TextSink &out, const CAttribute *attribute);
+// the record already (object_text.h has the printing ones).
 // The rtpmap-required test of the codec table on a locked payload.
 bool rtpmapRequired(const CPayload *payload);
 // The codec table's default packet time for a locked payload's name; 0 when

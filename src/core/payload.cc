@@ -3,7 +3,7 @@
 #include <strings.h>
 
 #include "objects.h"
-#include "text_sink.h"
+#include "object_text.h"
 
 namespace zv {
 ClassModule g_payloadModule = {kModPayload, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
@@ -272,21 +272,3 @@ ZVSDP_API uint32_t zvSdpPayloadObjGetAccessRights(CPayload *objHndl)
 }
 
 }  // extern "C"
-
-namespace zv {
-
-void appendRtpmap(TextSink &out, const CPayload *payload)
-{
-    out.appendInt(static_cast<int>(payload->payloadType));
-    out.appendChar(' ');
-    out.append(dynstr_cstr(payload->name), dynstr_len(payload->name));
-    out.appendChar('/');
-    out.appendInt(static_cast<int>(payload->clockRate));
-    // A channel count of 1 is what no count means.
-    if (payload->channels >= 2) {
-        out.appendChar('/');
-        out.appendInt(static_cast<int>(payload->channels));
-    }
-}
-
-}  // namespace zv
