@@ -122,7 +122,17 @@ inline char *allocText(RvSdpMsg *msg, const char *text, size_t len)
     return p;
 }
 
-void listAppend(RvSdpList *list, void *item);
+inline void listAppend(RvSdpList *list, void *item)
+{
+    RvSdpListNode *node = static_cast<RvSdpListNode *>(item);
+    node->next = nullptr;
+    if (list->_last)
+        static_cast<RvSdpListNode *>(list->_last)->next = node;
+    else
+        list->_first = node;
+    list->_last = node;
+    ++list->_count;
+}
 
 // Items made by both the parser and the builders; the texts are taken as they
 // are (the builders validate before calling).
@@ -137,7 +147,18 @@ int addFormat(RvSdpMediaDescr *descr, const char *text, size_t len);
 
 // Parses a format or rtpmap payload number: digits only, at most
 // RVSDP_MAX_FORMAT_NUMBER; -1 otherwise.
-int parseNumber(const char *text, size_t len);
+inline int parseNumber(const char *text, size_t len)
+{
+    if (len == 0 || len > 9)
+        return -1;
+    int v = 0;
+    for (size_t i = 0; i < len; ++i) {
+        if (text[i] < '0' || text[i] > '9')
+            return -1;
+        v = v * 10 + (text[i] - '0');
+    }
+    return v;
+}
 // Decimal of at most 20 digits that fits 64 bits.
 bool parseU64(const char *text, size_t len, uint64_t *value);
 

@@ -237,16 +237,6 @@ char *allocTextSlow(RvSdpMsg *msg, size_t size) {
     return reinterpret_cast<char *>(msg->_arena + msg->_arenaHigh);
 }
 
-void listAppend(RvSdpList *list, void *item) {
-    RvSdpListNode *node = static_cast<RvSdpListNode *>(item);
-    node->next = nullptr;
-    if (list->_last)
-        static_cast<RvSdpListNode *>(list->_last)->next = node;
-    else
-        list->_first = node;
-    list->_last = node;
-    ++list->_count;
-}
 
 bool parseU64(const char *text, size_t len, uint64_t *value) {
     if (len == 0 || len > 20) return false;
@@ -261,15 +251,6 @@ bool parseU64(const char *text, size_t len, uint64_t *value) {
     return true;
 }
 
-int parseNumber(const char *text, size_t len) {
-    if (len == 0 || len > 9) return -1;
-    int v = 0;
-    for (size_t i = 0; i < len; ++i) {
-        if (text[i] < '0' || text[i] > '9') return -1;
-        v = v * 10 + (text[i] - '0');
-    }
-    return v;
-}
 
 RvSdpAttribute *newAttribute(RvSdpMsg *msg, const char *name, size_t nameLen, const char *value,
                              size_t valueLen) {
@@ -278,8 +259,10 @@ RvSdpAttribute *newAttribute(RvSdpMsg *msg, const char *name, size_t nameLen, co
         kind = RVSDP_SPEC_ATTR_RTPMAP;
     else if (nameLen == 4 && memcmp(name, "fmtp", 4) == 0)
         kind = RVSDP_SPEC_ATTR_FMTP;
-    size_t size = kind == RVSDP_SPEC_ATTR_RTPMAP ? sizeof(RvSdpRtpMapRec) : sizeof(RvSdpAttribute);
-    RvSdpAttribute *a = static_cast<RvSdpAttribute *>(allocRecord(msg, size));
+    // Sizes known here, so the clearing of the record needs no call.
+    RvSdpAttribute *a = kind == RVSDP_SPEC_ATTR_RTPMAP
+                            ? static_cast<RvSdpAttribute *>(allocRecord(msg, sizeof(RvSdpRtpMapRec)))
+                            : static_cast<RvSdpAttribute *>(allocRecord(msg, sizeof(RvSdpAttribute)));
     if (!a) return nullptr;
     if (value && value == name + nameLen + 1) {
         // "name:value" as the line has it: one copy, cut at the colon.
