@@ -45,10 +45,14 @@
 // a closed pool exact. A cache can therefore hold stale entries (records
 // that were claimed elsewhere); they are skipped.
 //
-// Accounting. Each cache counts the records it moved into and out of the
-// cached state; a sequence number, odd while the owner changes the cache,
-// lets memm_get_stats read all counts as of one moment without stopping the
-// owners.
+// Accounting. Each cache counts, in words only its owner writes, the entries
+// it ever took in and gave out and the stale ones among those given out;
+// the pool counts, under its lock, the records claimed from caches that are
+// not the claimer's own. Every move of a record into or out of the cached
+// state changes exactly one of these counts, so their balance is the number
+// of cached records, and since they only grow, two readings that agree were
+// both true at the moment between them: that is how the counts are read as
+// of one moment without stopping the owners.
 
 namespace {
 
@@ -60,9 +64,13 @@ constexpr uintptr_t kLeafSize = uintptr_t{1} << kLeafBits;
 // Leaves of the map; each covers 4 MB of address space. On 32-bit targets
 // the whole address space needs exactly this many, so no two keys collide.
 constexpr uint32_t kRoots = 1024;
-constexpr uint32_t kCacheSlots = 32;
+// Room for what one host cycle takes from a pool and gives back, so that a
+// cycle in the steady state never goes to the pool's lock.
+constexpr uint32_t kCacheSlots = 64;
 // Blocks larger than this are refused, so offsets within a block fit 32 bits.
 constexpr uint64_t kMaxBlockBytes = uint64_t{1} << 31;
+// Records up to this size are cleared by inline stores, larger ones by memset.
+constexpr uint32_t kInlineClear = 128;
 
 // Record states. A new block's slots are zero, hence on the shared list.
 enum : uint32_t { kShared = 0, kCached = 1, kLive = 2, kReleasing = 3 };
@@ -151,44 +159,46 @@ private:
     SpinLock &lock_;
 };
 
-// Fixed once published; only `next` changes (from NULL, once).
+// Fixed once published; only `next` changes (from NULL, once). A free needs
+// nothing but this record, which sits right after the block's slots.
 struct Block {
     uintptr_t begin;   // first slot, on a chunk boundary
     uint32_t bytes;    // count * slot
     uint32_t slot;     // bytes per slot
     uint64_t divisor;  // ceil(2^64 / slot): (offset * divisor <= divisor - 1) <=> slot divides offset
+    uint64_t limit;    // divisor - 1
+    memm_release_hook hook;  // the pool's
+    int pool;
     uint32_t count;
     uint32_t ordinalBase;
-    int pool;
     Block *next;  // the pool's next block, __atomic
 };
 
-// One thread's free records of one pool. The owner changes `top`, `slots`
-// and `delta` with __atomic stores (others read them); stealers never write
-// here, they claim records through the records' states.
+// One thread's free records of one pool: a stack of slots[0, in - out).
+// Only the owner writes `in`, `out`, `skipped` and `slots`, with __atomic
+// stores (others read them); the counts only grow (modulo 2^32). The slots
+// come first, so that the hot paths index them without an offset.
 struct Cache {
-    uint32_t seq;     // odd while the owner changes the cache outside the pool lock
-    uint32_t top;     // entries in use: slots[0, top)
-    intptr_t delta;   // records this cache moved into the cached state minus those it took out
-    uint32_t seen;    // memm_get_stats' scratch, under the pool lock
     void *slots[kCacheSlots];
+    uint32_t in;       // entries ever put on the stack
+    uint32_t out;      // entries ever taken off it
+    uint32_t fill;     // bytes a record of the pool is cleared with; fixed
+    uint32_t skipped;  // entries taken off whose record had been claimed elsewhere
 };
 
 struct ThreadState {
+    Cache *caches[MEMM_MAX_POOLS];  // made on first use, __atomic; first, as the hot paths index it
     ThreadState *next;  // registry chain, __atomic; states are never unlinked
     bool taken;         // under g_threadLock
-    Cache *caches[MEMM_MAX_POOLS];  // made on first use, __atomic
 };
 
 struct alignas(64) Pool {
-    // Fixed before `used` is published, or changed seldom: read on every call.
     int used;  // __atomic
     uint32_t size;
     uint32_t slot;
     uint32_t batch;  // records a refill moves into a cache
     memm_release_hook hook;
-    Block *blocks;     // __atomic
-    uint32_t lowLive;  // __atomic: no live record has a lower ordinal
+    Block *blocks;  // __atomic
 
     // Under `lock`, apart from the name.
     alignas(64) SpinLock lock;
@@ -198,7 +208,8 @@ struct alignas(64) Pool {
     uint32_t sharedCount;
     uint32_t capacity;
     uint32_t growBy;
-    intptr_t folded;  // `delta` of the caches of threads that have ended
+    uint32_t stolen;   // records claimed from caches other than the claimer's own
+    uint32_t lowLive;  // no record that is off the shared list has a lower ordinal
     Block *lastBlock;
 };
 
@@ -211,6 +222,9 @@ struct Root {
     Block **leaf;   // kLeafSize entries, __atomic
 };
 Root g_roots[kRoots];
+// What a leaf holds for a chunk without a block: a block of no slots, so
+// that a lookup need not test for it.
+Block g_noBlock;
 
 // Registry of per-thread states; a state of an ended thread is taken again
 // by the next new thread, so threads that come and go do not add up.
@@ -221,10 +235,13 @@ pthread_key_t g_threadKey;
 bool g_keyTried;  // under g_tableLock
 bool g_haveKey;   // fixed before the first pool is published
 
-// Stands for "no caches": threads whose state could not be made, and threads
-// past their exit clean-up, go to the shared lists directly.
+// Stand for "no caches", so that the hot paths need no test of the thread's
+// state: a thread starts at g_fresh (its state is made on its first slow
+// path); threads whose state could not be made, and threads past their exit
+// clean-up, stay at g_noCaches and go to the shared lists directly.
+ThreadState g_fresh;
 ThreadState g_noCaches;
-__thread ThreadState *t_state __attribute__((tls_model("initial-exec")));
+__thread ThreadState *t_state __attribute__((tls_model("initial-exec"))) = &g_fresh;
 
 inline Header *headerOf(const void *record)
 {
@@ -241,10 +258,20 @@ inline uint32_t loadState(const Header *h)
     return __atomic_load_n(&h->state, __ATOMIC_ACQUIRE);
 }
 
+inline void setState(void *record, uint32_t state)
+{
+    __atomic_store_n(&headerOf(record)->state, state, __ATOMIC_RELEASE);
+}
+
 inline bool claim(void *record, uint32_t from, uint32_t to)
 {
     return __atomic_compare_exchange_n(&headerOf(record)->state, &from, to, false, __ATOMIC_ACQUIRE,
                                        __ATOMIC_RELAXED);
+}
+
+inline uint32_t load(const uint32_t &word)
+{
+    return __atomic_load_n(&word, __ATOMIC_RELAXED);
 }
 
 Pool *poolAt(int handle)
@@ -252,6 +279,30 @@ Pool *poolAt(int handle)
     if (handle < 0 || handle >= MEMM_MAX_POOLS || !__atomic_load_n(&g_pools[handle].used, __ATOMIC_ACQUIRE))
         return nullptr;
     return &g_pools[handle];
+}
+
+// Clears `bytes` (a multiple of 8, at least 8) at `p` with a few stores of
+// 16 bytes that may overlap, rather than a call to memset.
+inline void *clear(void *record, uint32_t bytes)
+{
+    unsigned char *p = static_cast<unsigned char *>(record);
+    if (__builtin_expect(bytes <= 64, 1)) {
+        if (__builtin_expect(bytes >= 32, 1)) {
+            __builtin_memset(p, 0, 32);
+            __builtin_memset(p + bytes - 32, 0, 32);
+        } else if (bytes >= 16) {
+            __builtin_memset(p, 0, 16);
+            __builtin_memset(p + bytes - 16, 0, 16);
+        } else {
+            __builtin_memset(p, 0, 8);
+        }
+        return record;
+    }
+    if (__builtin_expect(bytes > kInlineClear, 0))
+        return memset(p, 0, bytes);
+    __builtin_memset(p, 0, 64);
+    __builtin_memset(p + bytes - 64, 0, 64);
+    return record;
 }
 
 // ---- placement ---------------------------------------------------------------
@@ -277,27 +328,53 @@ inline Block **leafOf(uintptr_t key)
     return probeLeaf(key, at);
 }
 
-// The block whose slot begins exactly at `slot`, or NULL. Reads only the map
-// and the block records.
-inline const Block *blockAt(uintptr_t slot)
+// `b` when `slot` begins one of its slots. Reads only the block record.
+inline const Block *slotOf(const Block *b, uintptr_t slot)
+{
+    uintptr_t offset = slot - b->begin;  // below the block, it wraps round to beyond it
+    if (offset >= b->bytes)
+        return nullptr;
+    return static_cast<uint64_t>(offset) * b->divisor <= b->limit ? b : nullptr;
+}
+
+__attribute__((noinline)) const Block *blockAtProbing(uintptr_t slot)
 {
     uintptr_t chunk = slot >> kChunkBits;
     Block **leaf = leafOf(chunk >> kLeafBits);
     if (!leaf)
         return nullptr;
-    const Block *b = __atomic_load_n(&leaf[chunk & (kLeafSize - 1)], __ATOMIC_ACQUIRE);
-    if (!b)
-        return nullptr;
-    uintptr_t offset = slot - b->begin;  // the chunk's start lies in the block, so slot >= begin
-    if (offset >= b->bytes)
-        return nullptr;
-    return static_cast<uint64_t>(offset) * b->divisor <= b->divisor - 1 ? b : nullptr;
+    return slotOf(__atomic_load_n(&leaf[chunk & (kLeafSize - 1)], __ATOMIC_ACQUIRE), slot);
 }
 
+// The block whose slot begins exactly at `slot`, or NULL. Reads only the map
+// and the block records. The root a key hashes to almost always holds that
+// key's leaf; a block found through a leaf of another key does not contain
+// the slot, so the key is compared only when this first look fails (and
+// `probe` is set then).
+inline const Block *blockAtFirstLook(uintptr_t slot, bool *probe)
+{
+    uintptr_t chunk = slot >> kChunkBits;
+    Block **leaf = __atomic_load_n(&g_roots[(chunk >> kLeafBits) & (kRoots - 1)].leaf, __ATOMIC_ACQUIRE);
+    if (__builtin_expect(!leaf, 0))
+        return nullptr;
+    const Block *b = __atomic_load_n(&leaf[chunk & (kLeafSize - 1)], __ATOMIC_ACQUIRE);
+    if (__builtin_expect(slotOf(b, slot) != nullptr, 1))
+        return b;
+    *probe = true;
+    return nullptr;
+}
+
+inline const Block *blockAt(uintptr_t slot)
+{
+    bool probe = false;
+    const Block *b = blockAtFirstLook(slot, &probe);
+    return probe ? blockAtProbing(slot) : b;
+}
+
+// NULL wraps round to a slot address that no block holds.
 inline const Block *blockOf(const void *record)
 {
-    uintptr_t p = reinterpret_cast<uintptr_t>(record);
-    return p >= sizeof(Header) ? blockAt(p - sizeof(Header)) : nullptr;
+    return blockAt(reinterpret_cast<uintptr_t>(record) - sizeof(Header));
 }
 
 // A new leaf for `key`, or NULL when the map is full or memory is short;
@@ -308,8 +385,10 @@ Block **newLeaf(uintptr_t key)
         Root &root = g_roots[at & (kRoots - 1)];
         if (__atomic_load_n(&root.leaf, __ATOMIC_RELAXED))
             continue;
-        Block **leaf = static_cast<Block **>(calloc(kLeafSize, sizeof(Block *)));
+        Block **leaf = static_cast<Block **>(malloc(kLeafSize * sizeof(Block *)));
         if (leaf) {
+            for (uintptr_t k = 0; k < kLeafSize; ++k)
+                leaf[k] = &g_noBlock;
             root.key = key;
             __atomic_store_n(&root.leaf, leaf, __ATOMIC_RELEASE);
         }
@@ -348,9 +427,11 @@ bool addBlock(Pool *pool, int handle, uint32_t count)
     b->bytes = static_cast<uint32_t>(bytes);
     b->slot = pool->slot;
     b->divisor = UINT64_MAX / pool->slot + 1;
+    b->limit = b->divisor - 1;
+    b->hook = pool->hook;
+    b->pool = handle;
     b->count = count;
     b->ordinalBase = pool->capacity;
-    b->pool = handle;
     b->next = nullptr;
 
     // Threaded before the block is entered in the map: from then on a free
@@ -386,10 +467,52 @@ uint32_t nextGrowth(const Pool *pool)
 
 // ---- per-thread caches ---------------------------------------------------------
 
-void flushCache(Pool *pool, Cache *c, uint32_t n);
+// Entries on a cache's stack. Read by another thread, `in` and `out` may be
+// of different moments; the result is then capped at the stack's room.
+inline uint32_t depth(const Cache *c)
+{
+    uint32_t n = __atomic_load_n(&c->in, __ATOMIC_ACQUIRE) - load(c->out);
+    return n < kCacheSlots ? n : kCacheSlots;
+}
 
-// Runs when a thread ends: its cached records go back to the shared lists,
-// its counts to the pools, and its state to the next new thread.
+inline void *entry(const Cache *c, uint32_t i)
+{
+    return __atomic_load_n(&c->slots[i], __ATOMIC_RELAXED);
+}
+
+// Puts a record the caller holds on its own cache, which has room. The count
+// goes first: a record another thread can claim is always counted.
+inline void push(Cache *c, uint32_t in, uint32_t out, void *record, uint32_t state)
+{
+    __atomic_store_n(&c->slots[in - out], record, __ATOMIC_RELAXED);
+    __atomic_store_n(&c->in, in + 1, __ATOMIC_RELEASE);
+    setState(record, state);
+}
+
+// Moves the cached records among the first `n` entries to the shared list
+// and drops those entries; the owner holds the pool lock.
+void flushCache(Pool *pool, Cache *c, uint32_t n)
+{
+    uint32_t in = load(c->in), out = load(c->out), top = in - out;
+    uint32_t stale = 0;
+    for (uint32_t i = 0; i < n; ++i) {
+        void *p = entry(c, i);
+        if (!claim(p, kCached, kShared)) {
+            ++stale;
+            continue;
+        }
+        *static_cast<void **>(p) = pool->shared;
+        pool->shared = p;
+        pool->sharedCount++;
+    }
+    for (uint32_t i = n; i < top; ++i)
+        __atomic_store_n(&c->slots[i - n], entry(c, i), __ATOMIC_RELAXED);
+    __atomic_store_n(&c->skipped, load(c->skipped) + stale, __ATOMIC_RELAXED);
+    __atomic_store_n(&c->out, out + n, __ATOMIC_RELEASE);
+}
+
+// Runs when a thread ends: its cached records go back to the shared lists
+// and its state to the next new thread (its counts go with the state).
 void threadEnded(void *value)
 {
     ThreadState *t = static_cast<ThreadState *>(value);
@@ -399,9 +522,7 @@ void threadEnded(void *value)
             continue;
         Pool *pool = &g_pools[i];
         Guard g(pool->lock);
-        flushCache(pool, c, __atomic_load_n(&c->top, __ATOMIC_RELAXED));
-        pool->folded += __atomic_load_n(&c->delta, __ATOMIC_RELAXED);
-        __atomic_store_n(&c->delta, intptr_t{0}, __ATOMIC_RELAXED);
+        flushCache(pool, c, load(c->in) - load(c->out));
     }
     t_state = &g_noCaches;
     Guard g(g_threadLock);
@@ -434,12 +555,12 @@ ThreadState *takeThreadState()
     return t;
 }
 
-// The calling thread's cache of `handle`, made on first use; NULL when the
-// thread can have none.
-__attribute__((noinline)) Cache *makeCache(int handle)
+// The calling thread's cache of `handle` (a published pool), made on first
+// use; NULL when the thread can have none.
+__attribute__((noinline)) Cache *makeCache(const Pool *pool, int handle)
 {
     ThreadState *t = t_state;
-    if (!t)
+    if (t == &g_fresh)
         t = t_state = takeThreadState();
     if (t == &g_noCaches)
         return nullptr;
@@ -450,129 +571,79 @@ __attribute__((noinline)) Cache *makeCache(int handle)
     if (posix_memalign(&memory, 64, (sizeof(Cache) + 63) & ~size_t{63}) != 0)
         return nullptr;
     c = static_cast<Cache *>(memset(memory, 0, sizeof(Cache)));
+    c->fill = pool->slot - static_cast<uint32_t>(sizeof(Header));
     __atomic_store_n(&t->caches[handle], c, __ATOMIC_RELEASE);
     return c;
 }
 
-inline Cache *cacheOf(int handle)
+inline Cache *cacheOf(const Pool *pool, int handle)
 {
-    ThreadState *t = t_state;
-    Cache *c = t ? __atomic_load_n(&t->caches[handle], __ATOMIC_RELAXED) : nullptr;
-    return __builtin_expect(c != nullptr, 1) ? c : makeCache(handle);
+    Cache *c = __atomic_load_n(&t_state->caches[handle], __ATOMIC_RELAXED);
+    return __builtin_expect(c != nullptr, 1) ? c : makeCache(pool, handle);
 }
 
-// A reader of the counts loads `seq`, then `delta`, then `seq` again (see
-// cachedRecords): `delta` is stored with release, so a reader that sees a
-// new `delta` also sees the odd `seq` stored before it.
-inline uint32_t beginChange(Cache *c)
+// Records in the cached state, as of one moment; the pool lock is held, so
+// only the owners' own pops and pushes can run meanwhile. Two readings of
+// the grown-only counts that agree were both true between them.
+uint32_t cachedRecords(const Pool *pool, int handle)
 {
-    uint32_t seq = __atomic_load_n(&c->seq, __ATOMIC_RELAXED);
-    __atomic_store_n(&c->seq, seq + 1, __ATOMIC_RELAXED);
-    return seq + 2;
-}
-
-inline void endChange(Cache *c, uint32_t seq)
-{
-    __atomic_store_n(&c->seq, seq, __ATOMIC_RELEASE);
-}
-
-inline void addDelta(Cache *c, intptr_t by)
-{
-    __atomic_store_n(&c->delta, __atomic_load_n(&c->delta, __ATOMIC_RELAXED) + by, __ATOMIC_RELEASE);
-}
-
-// A record claimed from the caller's own cache, or NULL.
-inline void *popCached(Cache *c)
-{
-    uint32_t top = __atomic_load_n(&c->top, __ATOMIC_RELAXED);
-    if (!top)
-        return nullptr;
-    uint32_t seq = beginChange(c);
-    void *found = nullptr;
-    do {
-        void *p = __atomic_load_n(&c->slots[--top], __ATOMIC_RELAXED);
-        if (claim(p, kCached, kLive)) {
-            found = p;
-            break;
+    uint32_t lastMoves = 0;
+    for (int attempt = 0;; ++attempt) {
+        uint32_t moves = 0, balance = 0;
+        for (ThreadState *t = __atomic_load_n(&g_threads, __ATOMIC_ACQUIRE); t;
+             t = __atomic_load_n(&t->next, __ATOMIC_ACQUIRE)) {
+            const Cache *c = __atomic_load_n(&t->caches[handle], __ATOMIC_ACQUIRE);
+            if (!c)
+                continue;
+            uint32_t in = __atomic_load_n(&c->in, __ATOMIC_SEQ_CST);
+            uint32_t out = __atomic_load_n(&c->out, __ATOMIC_SEQ_CST);
+            uint32_t skipped = __atomic_load_n(&c->skipped, __ATOMIC_SEQ_CST);
+            moves += in + out + skipped;
+            balance += in - out + skipped;
         }
-    } while (top);
-    __atomic_store_n(&c->top, top, __ATOMIC_RELAXED);
-    if (found)
-        addDelta(c, -1);
-    endChange(c, seq);
-    return found;
-}
-
-// Puts a record (claimed by the caller) into its cache; false when it is full.
-inline bool pushCached(Cache *c, void *record)
-{
-    uint32_t top = __atomic_load_n(&c->top, __ATOMIC_RELAXED);
-    if (top == kCacheSlots)
-        return false;
-    uint32_t seq = beginChange(c);
-    __atomic_store_n(&c->slots[top], record, __ATOMIC_RELAXED);
-    __atomic_store_n(&c->top, top + 1, __ATOMIC_RELAXED);
-    addDelta(c, 1);
-    __atomic_store_n(&headerOf(record)->state, kCached, __ATOMIC_RELEASE);
-    endChange(c, seq);
-    return true;
-}
-
-// Moves the cached records among the first `n` entries to the shared list
-// and drops those entries; the pool lock is held.
-void flushCache(Pool *pool, Cache *c, uint32_t n)
-{
-    uint32_t top = __atomic_load_n(&c->top, __ATOMIC_RELAXED);
-    intptr_t moved = 0;
-    for (uint32_t i = 0; i < n; ++i) {
-        void *p = __atomic_load_n(&c->slots[i], __ATOMIC_RELAXED);
-        if (!claim(p, kCached, kShared))
-            continue;
-        *static_cast<void **>(p) = pool->shared;
-        pool->shared = p;
-        pool->sharedCount++;
-        ++moved;
+        if (attempt > 0 && moves == lastMoves)
+            return balance - pool->stolen;
+        lastMoves = moves;
+        if (attempt > 8)
+            sched_yield();
     }
-    for (uint32_t i = n; i < top; ++i)
-        __atomic_store_n(&c->slots[i - n], __atomic_load_n(&c->slots[i], __ATOMIC_RELAXED), __ATOMIC_RELAXED);
-    __atomic_store_n(&c->top, top - n, __ATOMIC_RELAXED);
-    addDelta(c, -moved);
 }
-
-intptr_t cachedRecords(const Pool *pool, int handle);
 
 // A cached record of another thread, claimed; the pool lock is held. A few
 // more of the same cache go to the thief's own cache, so that a thread that
 // only takes what another only frees does not come here for each record.
-void *steal(const Pool *pool, int handle, Cache *own)
+void *steal(Pool *pool, int handle, Cache *own)
 {
     for (ThreadState *t = __atomic_load_n(&g_threads, __ATOMIC_ACQUIRE); t;
          t = __atomic_load_n(&t->next, __ATOMIC_ACQUIRE)) {
         Cache *c = __atomic_load_n(&t->caches[handle], __ATOMIC_ACQUIRE);
         if (!c || c == own)
             continue;
-        uint32_t top = __atomic_load_n(&c->top, __ATOMIC_ACQUIRE);
         void *found = nullptr;
-        uint32_t ownTop = own ? __atomic_load_n(&own->top, __ATOMIC_RELAXED) : kCacheSlots;
         uint32_t moved = 0;
-        for (uint32_t i = 0; i < top && i < kCacheSlots && (!found || (moved < pool->batch && ownTop < kCacheSlots));
-             ++i) {
-            void *p = __atomic_load_n(&c->slots[i], __ATOMIC_RELAXED);
+        for (uint32_t i = 0, top = depth(c); i < top && (!found || (own && moved < pool->batch)); ++i) {
+            void *p = entry(c, i);
             if (!p || !claim(p, kCached, kLive))
                 continue;
+            pool->stolen++;
             if (!found) {
                 found = p;
                 continue;
             }
-            __atomic_store_n(&own->slots[ownTop++], p, __ATOMIC_RELAXED);
-            __atomic_store_n(&headerOf(p)->state, kCached, __ATOMIC_RELEASE);
+            uint32_t in = load(own->in), out = load(own->out);
+            if (in - out == kCacheSlots) {
+                // No room after all: it goes back where another thread can find it.
+                *static_cast<void **>(p) = pool->shared;
+                pool->shared = p;
+                pool->sharedCount++;
+                setState(p, kShared);
+                break;
+            }
+            push(own, in, out, p, kCached);
             ++moved;
         }
-        if (found) {
-            if (moved)
-                __atomic_store_n(&own->top, ownTop, __ATOMIC_RELEASE);
+        if (found)
             return found;
-        }
     }
     return nullptr;
 }
@@ -586,111 +657,134 @@ void *takeShared(Pool *pool, int handle, Cache *c)
         // A scan that finds nothing may have crossed owners moving their
         // records about; only a count that finds no cached record at all
         // proves the pool full.
-        do {
-            void *p = steal(pool, handle, c);
-            if (p) {
-                if (c)
-                    addDelta(c, -1);
-                else
-                    pool->folded--;
+        for (int round = 0;; ++round) {
+            if (void *p = steal(pool, handle, c))
                 return p;
-            }
-        } while (cachedRecords(pool, handle) > 0);
+            if (cachedRecords(pool, handle) == 0)
+                break;
+            // A record is counted but not claimable yet (or any more): its
+            // owner is between the two steps of a push or a pop.
+            if (round > 8)
+                sched_yield();
+        }
         if (!__atomic_load_n(&pool->expandable, __ATOMIC_RELAXED) || !addBlock(pool, handle, nextGrowth(pool)))
             return nullptr;
     }
+    // Records leave the shared list only here, under the lock: the bound
+    // memm_getfirst scans from is kept below every one of them.
     void *record = pool->shared;
     pool->shared = *static_cast<void **>(record);
     pool->sharedCount--;
-    __atomic_store_n(&headerOf(record)->state, kLive, __ATOMIC_RELAXED);
+    uint32_t low = headerOf(record)->ordinal;
+    setState(record, kLive);
     if (c) {
-        uint32_t top = __atomic_load_n(&c->top, __ATOMIC_RELAXED);
-        intptr_t moved = 0;
-        while (pool->shared && moved < static_cast<intptr_t>(pool->batch) && top < kCacheSlots) {
+        uint32_t in = load(c->in), out = load(c->out);
+        for (uint32_t moved = 0; pool->shared && moved < pool->batch && in - out < kCacheSlots; ++moved) {
             void *p = pool->shared;
             pool->shared = *static_cast<void **>(p);
             pool->sharedCount--;
-            __atomic_store_n(&c->slots[top++], p, __ATOMIC_RELAXED);
-            __atomic_store_n(&headerOf(p)->state, kCached, __ATOMIC_RELEASE);
-            ++moved;
+            if (headerOf(p)->ordinal < low)
+                low = headerOf(p)->ordinal;
+            push(c, in++, out, p, kCached);
         }
-        __atomic_store_n(&c->top, top, __ATOMIC_RELEASE);
-        addDelta(c, moved);
     }
+    if (low < pool->lowLive)
+        pool->lowLive = low;
     return record;
 }
 
-void lowerLive(Pool *pool, uint32_t ordinal);
-
-// Readies a claimed record for its caller.
-inline void *handOut(Pool *pool, void *record)
+// A record claimed from the caller's own cache, stale entries skipped, or
+// NULL when none is left.
+void *popSkipping(Cache *c)
 {
-    uint32_t ordinal = headerOf(record)->ordinal;
-    if (__builtin_expect(ordinal < __atomic_load_n(&pool->lowLive, __ATOMIC_RELAXED), 0))
-        lowerLive(pool, ordinal);
-    return memset(record, 0, pool->size);
+    uint32_t in = load(c->in), out = load(c->out), stale = 0;
+    void *found = nullptr;
+    for (; in != out; ++out) {
+        void *p = entry(c, in - out - 1);
+        if (claim(p, kCached, kLive)) {
+            found = p;
+            ++out;
+            break;
+        }
+        ++stale;
+    }
+    if (stale)
+        __atomic_store_n(&c->skipped, load(c->skipped) + stale, __ATOMIC_RELAXED);
+    __atomic_store_n(&c->out, out, __ATOMIC_RELEASE);
+    return found;
 }
 
-// The caller's cache, if it has one, is empty.
+// The caller's cache is empty, missing or holds stale entries on top.
 __attribute__((noinline)) void *allocSlow(int handle)
 {
     Pool *pool = poolAt(handle);
     if (!pool)
         return nullptr;
-    void *record = takeShared(pool, handle, cacheOf(handle));
-    return record ? handOut(pool, record) : nullptr;
+    Cache *c = cacheOf(pool, handle);
+    void *record = c ? popSkipping(c) : nullptr;
+    if (!record && !(record = takeShared(pool, handle, c)))
+        return nullptr;
+    return clear(record, pool->slot - static_cast<uint32_t>(sizeof(Header)));
 }
 
-__attribute__((noinline)) void freeSlow(Pool *pool, int handle, void *record)
+// The freed record is claimed (kReleasing) and its hook has run; the
+// caller's cache is full or missing.
+__attribute__((noinline)) void freeSlow(const Block *b, void *record)
 {
-    Cache *c = cacheOf(handle);
-    if (c && __atomic_load_n(&c->top, __ATOMIC_RELAXED) == kCacheSlots) {
-        Guard g(pool->lock);
-        flushCache(pool, c, kCacheSlots / 2);
-    }
-    if (c && pushCached(c, record))
-        return;
+    Pool *pool = &g_pools[b->pool];
+    Cache *c = cacheOf(pool, b->pool);
     Guard g(pool->lock);
+    if (c) {
+        if (load(c->in) - load(c->out) == kCacheSlots)
+            flushCache(pool, c, kCacheSlots / 2);
+        push(c, load(c->in), load(c->out), record, kCached);
+        return;
+    }
     *static_cast<void **>(record) = pool->shared;
     pool->shared = record;
     pool->sharedCount++;
-    __atomic_store_n(&headerOf(record)->state, kShared, __ATOMIC_RELEASE);
+    setState(record, kShared);
 }
 
-void lowerLive(Pool *pool, uint32_t ordinal)
+// Puts a claimed record (kReleasing) on the caller's cache; false when the
+// cache is full or missing.
+inline bool pushOwn(int handle, void *record)
 {
-    uint32_t low = __atomic_load_n(&pool->lowLive, __ATOMIC_RELAXED);
-    while (ordinal < low &&
-           !__atomic_compare_exchange_n(&pool->lowLive, &low, ordinal, true, __ATOMIC_RELAXED, __ATOMIC_RELAXED)) {
-    }
+    Cache *c = __atomic_load_n(&t_state->caches[handle], __ATOMIC_RELAXED);
+    if (__builtin_expect(c == nullptr, 0))
+        return false;
+    uint32_t in = load(c->in), out = load(c->out);
+    if (__builtin_expect(in - out >= kCacheSlots, 0))
+        return false;
+    push(c, in, out, record, kCached);
+    return true;
 }
 
-// Records in the cached state, as of one moment; the pool lock is held, so
-// only the owners' own pops and pushes can run meanwhile.
-intptr_t cachedRecords(const Pool *pool, int handle)
+// The free of a record whose pool has a release hook. The hook may free
+// anything, this pool's records included, and runs without any lock held.
+__attribute__((noinline)) void freeHooked(const Block *b, void *record)
 {
-    for (int attempt = 0;; ++attempt) {
-        if (attempt > 8)
-            sched_yield();
-        intptr_t sum = pool->folded;
-        bool settled = true;
-        for (ThreadState *t = __atomic_load_n(&g_threads, __ATOMIC_ACQUIRE); t && settled;
-             t = __atomic_load_n(&t->next, __ATOMIC_ACQUIRE)) {
-            Cache *c = __atomic_load_n(&t->caches[handle], __ATOMIC_ACQUIRE);
-            if (!c)
-                continue;
-            c->seen = __atomic_load_n(&c->seq, __ATOMIC_ACQUIRE);
-            settled = (c->seen & 1u) == 0;
-            sum += __atomic_load_n(&c->delta, __ATOMIC_ACQUIRE);
-        }
-        for (ThreadState *t = __atomic_load_n(&g_threads, __ATOMIC_ACQUIRE); t && settled;
-             t = __atomic_load_n(&t->next, __ATOMIC_ACQUIRE)) {
-            Cache *c = __atomic_load_n(&t->caches[handle], __ATOMIC_ACQUIRE);
-            settled = !c || __atomic_load_n(&c->seq, __ATOMIC_RELAXED) == c->seen;
-        }
-        if (settled)
-            return sum;
-    }
+    b->hook(record, memm_free);
+    if (__builtin_expect(!pushOwn(b->pool, record), 0))
+        freeSlow(b, record);
+}
+
+// `record` begins a slot of `b`. Only one free of a live record gets past
+// the claim.
+inline void freeRecord(const Block *b, void *record)
+{
+    if (!claim(record, kLive, kReleasing))
+        return;
+    if (__builtin_expect(b->hook != nullptr, 0))
+        freeHooked(b, record);
+    else if (__builtin_expect(!pushOwn(b->pool, record), 0))
+        freeSlow(b, record);
+}
+
+__attribute__((noinline)) void freeProbing(void *record)
+{
+    if (const Block *b = blockAtProbing(reinterpret_cast<uintptr_t>(record) - sizeof(Header)))
+        freeRecord(b, record);
 }
 
 }  // namespace
@@ -755,13 +849,17 @@ __attribute__((visibility("default"))) int memm_disallow_expansion(int handle)
 __attribute__((visibility("default"))) void *memm_alloc(int handle)
 {
     // A thread has a cache of a pool only once the pool is published.
-    ThreadState *t = t_state;
-    if (__builtin_expect(t && static_cast<unsigned>(handle) < MEMM_MAX_POOLS, 1)) {
-        Cache *c = __atomic_load_n(&t->caches[handle], __ATOMIC_RELAXED);
+    if (__builtin_expect(static_cast<unsigned>(handle) < MEMM_MAX_POOLS, 1)) {
+        Cache *c = __atomic_load_n(&t_state->caches[handle], __ATOMIC_RELAXED);
         if (__builtin_expect(c != nullptr, 1)) {
-            void *record = popCached(c);
-            if (__builtin_expect(record != nullptr, 1))
-                return handOut(&g_pools[handle], record);
+            uint32_t in = load(c->in), out = load(c->out);
+            if (__builtin_expect(in != out, 1)) {
+                void *record = entry(c, in - out - 1);
+                if (__builtin_expect(claim(record, kCached, kLive), 1)) {
+                    __atomic_store_n(&c->out, out + 1, __ATOMIC_RELEASE);
+                    return clear(record, c->fill);
+                }
+            }
         }
     }
     return allocSlow(handle);
@@ -769,19 +867,12 @@ __attribute__((visibility("default"))) void *memm_alloc(int handle)
 
 __attribute__((visibility("default"))) void memm_free(void *record)
 {
-    const Block *b = blockOf(record);
-    if (!b || !claim(record, kLive, kReleasing))
-        return;
-    // Only one free of a live record gets here; the hook may free anything,
-    // this pool's records included.
-    int handle = b->pool;
-    Pool *pool = &g_pools[handle];
-    if (pool->hook)
-        pool->hook(record, memm_free);
-    ThreadState *t = t_state;
-    Cache *c = t ? __atomic_load_n(&t->caches[handle], __ATOMIC_RELAXED) : nullptr;
-    if (__builtin_expect(!c || !pushCached(c, record), 0))
-        freeSlow(pool, handle, record);
+    bool probe = false;
+    const Block *b = blockAtFirstLook(reinterpret_cast<uintptr_t>(record) - sizeof(Header), &probe);
+    if (__builtin_expect(b != nullptr, 1))
+        freeRecord(b, record);
+    else if (probe)
+        freeProbing(record);
 }
 
 __attribute__((visibility("default"))) void *memm_getfirst(int handle)
@@ -789,24 +880,29 @@ __attribute__((visibility("default"))) void *memm_getfirst(int handle)
     Pool *pool = poolAt(handle);
     if (!pool)
         return nullptr;
-    // Under the lock, so that two scans do not undo each other's bound.
+    // Under the lock, which every record leaving the shared list takes: the
+    // bound moves up to the first record found off that list.
     Guard g(pool->lock);
-    uint32_t from = __atomic_load_n(&pool->lowLive, __ATOMIC_ACQUIRE);
+    const uint32_t from = pool->lowLive;
+    uint32_t low = UINT32_MAX;
     for (const Block *b = __atomic_load_n(&pool->blocks, __ATOMIC_ACQUIRE); b;
          b = __atomic_load_n(&b->next, __ATOMIC_ACQUIRE)) {
         if (b->ordinalBase + b->count <= from)
             continue;
         for (uint32_t i = from > b->ordinalBase ? from - b->ordinalBase : 0; i < b->count; ++i) {
             uintptr_t slot = b->begin + static_cast<uintptr_t>(i) * b->slot;
-            if (loadState(reinterpret_cast<Header *>(slot)) == kLive) {
-                // An alloc that lowered the bound meanwhile keeps its value.
-                __atomic_compare_exchange_n(&pool->lowLive, &from, b->ordinalBase + i, false, __ATOMIC_RELAXED,
-                                            __ATOMIC_RELAXED);
+            uint32_t state = loadState(reinterpret_cast<Header *>(slot));
+            if (state == kShared)
+                continue;
+            if (low == UINT32_MAX)
+                low = b->ordinalBase + i;
+            if (state == kLive) {
+                pool->lowLive = low;
                 return recordAt(slot);
             }
         }
     }
-    __atomic_compare_exchange_n(&pool->lowLive, &from, UINT32_MAX, false, __ATOMIC_RELAXED, __ATOMIC_RELAXED);
+    pool->lowLive = low;
     return nullptr;
 }
 
@@ -817,7 +913,7 @@ __attribute__((visibility("default"))) int memm_get_stats(int handle, uint32_t *
     if (!pool)
         return -1;
     Guard g(pool->lock);
-    uint32_t spare = pool->sharedCount + static_cast<uint32_t>(cachedRecords(pool, handle));
+    uint32_t spare = pool->sharedCount + cachedRecords(pool, handle);
     if (in_use)
         *in_use = pool->capacity - spare;
     if (available)

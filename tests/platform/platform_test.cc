@@ -152,6 +152,7 @@ TEST(MemmThreads, CachedRecordsCountAsFreeServeOtherThreadsAndReturnWhenTheThrea
     EXPECT_EQ((std::vector<uint32_t>{0, n, n}), stats());
     held = takeAll();
     EXPECT_EQ(n, held.size());
+    EXPECT_EQ((std::vector<uint32_t>{n, 0, n}), stats());  // the other's entries are stale now
     EXPECT_EQ(n, std::set<void *>(held.begin(), held.end()).size());
     for (void *r : held)
         memm_free(r);
