@@ -8,11 +8,13 @@
 #include "pools.h"
 #include "zvcommon.h"
 
+// Texts of up to 79 characters (names, values, the longest AMR fmtp lines a
+// gateway sees) live in the record itself.
 struct dynstr_s {
     char *data;  // inl, or text storage from the size-class pools
     uint32_t len;
     uint32_t cap;  // usable bytes at data, terminator included
-    char inl[48];
+    char inl[80];
 };
 
 namespace {
@@ -85,10 +87,34 @@ bool grow(dynstr_s *s, uint32_t len)
     return true;
 }
 
+// Copies n bytes with a few loads and stores that may overlap: the texts of
+// strings are mostly a few characters long, too short to pay for a call.
+inline void copyText(char *to, const char *from, uint32_t n)
+{
+    if (n >= 8) {
+        if (n > 32) {
+            memcpy(to, from, n);
+        } else if (n > 16) {
+            __builtin_memcpy(to, from, 16);
+            __builtin_memcpy(to + n - 16, from + n - 16, 16);
+        } else {
+            __builtin_memcpy(to, from, 8);
+            __builtin_memcpy(to + n - 8, from + n - 8, 8);
+        }
+    } else if (n >= 4) {
+        __builtin_memcpy(to, from, 4);
+        __builtin_memcpy(to + n - 4, from + n - 4, 4);
+    } else if (n) {
+        to[0] = from[0];
+        to[n / 2] = from[n / 2];
+        to[n - 1] = from[n - 1];
+    }
+}
+
 // A new empty string; the record comes zero-filled.
 inline dynstr_s *newString(int pool)
 {
-    if (pool == MEMM_POOL_NONE || pool != dynstrPool())
+    if (!isDynstrPool(pool))
         return nullptr;
     dynstr_s *s = static_cast<dynstr_s *>(memm_alloc(pool));
     if (!s)
@@ -194,6 +220,23 @@ int compare(const char *a, const char *b, bool ignoreCase)
     }
 }
 
+// Gives s the n characters at text; a text that fits the record goes in
+// before the terminator the zero-filled record already holds. A string that
+// cannot take the text is given back: NULL then.
+inline dynstr_s *fill(dynstr_s *s, const char *text, uint32_t n)
+{
+    if (__builtin_expect(n < sizeof s->inl, 1)) {
+        copyText(s->inl, text, n);
+        s->len = n;
+        return s;
+    }
+    if (setN(s, text, n) != 0) {
+        memm_free(s);
+        return nullptr;
+    }
+    return s;
+}
+
 // Shared by getint32 and getlong: the whole-text rule of the header.
 int parseWhole(const char *text, long *out)
 {
@@ -226,19 +269,23 @@ extern "C" {
 
 dynstr_t dynstr_fromstr(int pool, const char *text)
 {
-    return dynstr_fromstrn(pool, text ? text : "", DYNSTR_MAX_LEN);
+    // The length first: then only it and the text are kept across a call.
+    // A C text ends, so its plain length (cheaper than a bounded one) is
+    // cut to the cap afterwards.
+    if (!text)
+        return newString(pool);
+    size_t length = strlen(text);
+    uint32_t n = __builtin_expect(length < sizeof(dynstr_s::inl), 1)
+                     ? static_cast<uint32_t>(length)
+                     : (length > DYNSTR_MAX_LEN ? DYNSTR_MAX_LEN : static_cast<uint32_t>(length));
+    dynstr_s *s = newString(pool);
+    return s ? fill(s, text, n) : nullptr;
 }
 
 dynstr_t dynstr_fromstrn(int pool, const char *text, uint32_t count)
 {
     dynstr_s *s = newString(pool);
-    if (!s)
-        return nullptr;
-    if (text && setN(s, text, boundedLen(text, count)) != 0) {
-        memm_free(s);
-        return nullptr;
-    }
-    return s;
+    return s && text ? fill(s, text, boundedLen(text, count)) : s;
 }
 
 dynstr_t dynstr_fromuint32(int pool, uint32_t value)
@@ -264,14 +311,8 @@ dynstr_t dynstr_fromprintf(int pool, const char *format, ...)
 
 dynstr_t dynstr_dup(int pool, dynstr_t source)
 {
-    if (!source)
-        return nullptr;
-    dynstr_s *s = newString(pool);
-    if (s && setN(s, source->data, source->len) != 0) {
-        memm_free(s);
-        return nullptr;
-    }
-    return s;
+    dynstr_s *s = source ? newString(pool) : nullptr;
+    return s ? fill(s, source->data, source->len) : nullptr;
 }
 
 void dynstr_release(dynstr_t s)
@@ -340,8 +381,8 @@ uint32_t dynstr_len(dynstr_t s)
 
 int dynstr_isdynstring(const void *p)
 {
-    int pool = dynstrPool();
-    return p && pool != MEMM_POOL_NONE && memm_isvalidobjfrompool(pool, p);
+    int pool = __atomic_load_n(&g_readyDynstrPool, __ATOMIC_RELAXED);
+    return p && pool != kNotReady && memm_isvalidobjfrompool(pool, p);
 }
 
 int dynstr_strcmp(dynstr_t a, dynstr_t b)

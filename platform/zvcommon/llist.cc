@@ -16,7 +16,9 @@ constexpr uint32_t kPerRecord = 8;
 // A list is one record of the list pool holding its first objects; further
 // records of the same pool (chunks) hold the rest, kPerRecord each, in
 // order. Every record but the last is full, so object i lives in record
-// i / kPerRecord at i % kPerRecord.
+// i / kPerRecord at i % kPerRecord. The places behind the last object hold
+// NULL (records come zero-filled, and removal clears the place it empties):
+// as no object is NULL, a search by object needs no count.
 struct llist_s {
     llist_s *next;  // the next chunk; first, since a free record's first word is the pool's
     uint32_t kind;  // kListKind for the list itself, kChunkKind for its chunks, 0 once released
@@ -67,7 +69,110 @@ inline bool isList(const llist_s *list)
 
 inline bool validPool(int pool)
 {
-    return pool != MEMM_POOL_NONE && pool == listPool();
+    return isListPool(pool);
+}
+
+// Whether one record holds `object` (not NULL); unrolled, as the places
+// past the last object hold NULL.
+inline bool holds(const llist_s *r, const void *object)
+{
+    void *const *o = r->objects;
+    static_assert(kPerRecord == 8, "the search below covers 8 places");
+    return o[0] == object || o[1] == object || o[2] == object || o[3] == object || o[4] == object ||
+           o[5] == object || o[6] == object || o[7] == object;
+}
+
+// Whether the first n (below kPerRecord) places of record r hold `object`:
+// one jump into an unrolled search, so that a short list costs little.
+inline bool holdsFirst(const llist_s *r, uint32_t n, const void *object)
+{
+    void *const *o = r->objects;
+    switch (n) {
+    case 7:
+        if (o[6] == object)
+            return true;
+        [[fallthrough]];
+    case 6:
+        if (o[5] == object)
+            return true;
+        [[fallthrough]];
+    case 5:
+        if (o[4] == object)
+            return true;
+        [[fallthrough]];
+    case 4:
+        if (o[3] == object)
+            return true;
+        [[fallthrough]];
+    case 3:
+        if (o[2] == object)
+            return true;
+        [[fallthrough]];
+    case 2:
+        if (o[1] == object)
+            return true;
+        [[fallthrough]];
+    case 1:
+        return o[0] == object;
+    default:
+        return false;
+    }
+}
+
+// llist_addobject to no list yet: a new one holding `object`.
+__attribute__((noinline)) int addToNewList(llist_t *list, void *object, int pool)
+{
+    llist_s *l = static_cast<llist_s *>(memm_alloc(pool));
+    if (!l)
+        return -1;
+    l->kind = kListKind;
+    l->objects[0] = object;
+    l->count = 1;
+    *list = l;
+    return 0;
+}
+
+// The object after the one at the last place of record `r`.
+inline void *firstAfter(const llist_s *r)
+{
+    return r->next ? r->next->objects[0] : nullptr;
+}
+
+// llist_getnext beyond the list's own record.
+__attribute__((noinline)) void *nextInChunks(const llist_s *r, const void *after)
+{
+    for (r = r->next; r; r = r->next) {
+        for (uint32_t j = 0; j + 1 < kPerRecord; ++j)
+            if (r->objects[j] == after)
+                return r->objects[j + 1];
+        if (r->objects[kPerRecord - 1] == after)
+            return firstAfter(r);
+    }
+    return nullptr;
+}
+
+// llist_addobject to a list that fills its own record: the duplicate
+// search covers every record, and a full last record gets a chunk behind it.
+__attribute__((noinline)) int addToLongList(llist_s *l, void *object, int pool)
+{
+    llist_s *last = l;
+    for (llist_s *r = l; r; r = r->next) {
+        if (holds(r, object))
+            return -1;
+        last = r;
+    }
+    uint32_t at = l->count % kPerRecord;
+    if (at == 0) {
+        llist_s *chunk = static_cast<llist_s *>(memm_alloc(pool));
+        if (!chunk)
+            return -1;
+        chunk->kind = kChunkKind;
+        last->next = chunk;
+        last = chunk;
+    }
+    last->objects[at] = object;
+    l->count++;
+    return 0;
 }
 
 // Object positions in a list, read and written in order or nearly so: each
@@ -242,56 +347,55 @@ llist_t llist_create(int pool)
 
 int llist_addobject(llist_t *list, void *object, int pool)
 {
-    if (!list || !object || !validPool(pool) || (*list && !isList(*list)))
+    if (!list || !object || !validPool(pool))
         return -1;
     llist_s *l = *list;
-    if (!l) {
-        l = llist_create(pool);
-        if (!l)
-            return -1;
-        *list = l;
-    }
+    if (!l)
+        return addToNewList(list, object, pool);
+    if (!isList(l))
+        return -1;
     // Walks go by object (llist_getnext), so an object listed twice would
     // send every walk round the same stretch for ever.
-    llist_s *last = l;
-    for (uint32_t base = 0; base < l->count; base += kPerRecord) {
-        if (base)
-            last = last->next;
-        for (uint32_t j = 0, n = heldBy(l, base); j < n; ++j)
-            if (last->objects[j] == object)
-                return -1;
-    }
-    uint32_t at = l->count % kPerRecord;
-    if (l->count > 0 && at == 0) {
-        llist_s *chunk = static_cast<llist_s *>(memm_alloc(pool));
-        if (!chunk)
-            return -1;
-        chunk->kind = kChunkKind;
-        last->next = chunk;
-        last = chunk;
-    }
-    last->objects[at] = object;
-    l->count++;
+    uint32_t n = l->count;
+    if (__builtin_expect(n >= kPerRecord, 0))
+        return addToLongList(l, object, pool);
+    if (holdsFirst(l, n, object))
+        return -1;
+    l->objects[n] = object;
+    l->count = n + 1;
     return 0;
 }
 
 void *llist_getnext(llist_t list, const void *after)
 {
-    if (!isList(list) || list->count == 0)
+    if (!isList(list))
         return nullptr;
+    void *const *o = list->objects;
     if (!after)
-        return list->objects[0];
-    const llist_s *r = list;
-    for (uint32_t base = 0; base < list->count; base += kPerRecord, r = r->next) {
-        for (uint32_t j = 0, n = heldBy(list, base); j < n; ++j) {
-            if (r->objects[j] != after)
-                continue;
-            if (j + 1 < n)
-                return r->objects[j + 1];
-            return base + n < list->count ? r->next->objects[0] : nullptr;
-        }
-    }
-    return nullptr;
+        return o[0];
+    // The place found first, the object read after: each test is then one
+    // comparison with memory. A place past the last object holds NULL,
+    // which is then the answer.
+    unsigned next;
+    if (o[0] == after)
+        next = 1;
+    else if (o[1] == after)
+        next = 2;
+    else if (o[2] == after)
+        next = 3;
+    else if (o[3] == after)
+        next = 4;
+    else if (o[4] == after)
+        next = 5;
+    else if (o[5] == after)
+        next = 6;
+    else if (o[6] == after)
+        next = 7;
+    else if (o[7] == after)
+        return firstAfter(list);
+    else
+        return list->next ? nextInChunks(list, after) : nullptr;
+    return o[next];
 }
 
 int llist_contains(llist_t list, const void *object)
@@ -306,10 +410,12 @@ int llist_removeobject(llist_t list, const void *object)
     uint32_t i = indexOf(list, object);
     if (i == UINT32_MAX)
         return -1;
-    // Close the gap, so that every record but the last stays full.
+    // Close the gap, so that every record but the last stays full, and
+    // clear the place that empties.
     Cursor cursor(list);
     for (uint32_t k = i; k + 1 < list->count; ++k)
         cursor.at(k) = cursor.at(k + 1);
+    cursor.at(list->count - 1) = nullptr;
     list->count--;
     if (list->count > 0 && list->count % kPerRecord == 0) {
         llist_s *r = list;

@@ -44,6 +44,10 @@ void makePools()
         g_chars[c] = memm_initpool3("zvchars", count, size, 0, nullptr);
         ok = g_chars[c] != MEMM_POOL_NONE;
     }
+    if (ok) {
+        __atomic_store_n(&g_readyDynstrPool, g_dynstrPool, __ATOMIC_RELEASE);
+        __atomic_store_n(&g_readyListPool, g_listPool, __ATOMIC_RELEASE);
+    }
     __atomic_store_n(&g_poolsReady, ok, __ATOMIC_RELEASE);
 }
 
@@ -52,6 +56,8 @@ void makePools()
 bool g_poolsReady;  // __atomic
 int g_dynstrPool = MEMM_POOL_NONE;
 int g_listPool = MEMM_POOL_NONE;
+int g_readyDynstrPool = kNotReady;
+int g_readyListPool = kNotReady;
 
 bool createPools()
 {

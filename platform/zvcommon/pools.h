@@ -35,6 +35,24 @@ inline int listPool()
     return ensurePools() ? g_listPool : MEMM_POOL_NONE;
 }
 
+// The handles again, published only once every pool exists (kNotReady
+// before, which equals no handle, MEMM_POOL_NONE included): whoever holds a
+// pool handle got it after that, so the hot paths test a handle with one
+// comparison and without making the pools.
+constexpr int kNotReady = INT32_MIN;
+extern int g_readyDynstrPool;  // __atomic
+extern int g_readyListPool;    // __atomic
+
+inline bool isDynstrPool(int pool)
+{
+    return pool == __atomic_load_n(&g_readyDynstrPool, __ATOMIC_RELAXED);
+}
+
+inline bool isListPool(int pool)
+{
+    return pool == __atomic_load_n(&g_readyListPool, __ATOMIC_RELAXED);
+}
+
 // Character storage of at least `bytes` bytes from the size-class pools,
 // zero-filled, or NULL when it is larger than the largest class or memory
 // is short.

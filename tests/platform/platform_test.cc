@@ -265,6 +265,71 @@ TEST_F(Platform, StringsFreeOnlyCopiesReadStrictNumbersGrowFromTheirOwnTextStopA
     dynstr_release(printed);
 }
 
+// Short texts are copied in pieces sized by their length, and texts from
+// 80 characters on move out of the record: every length on either side.
+TEST_F(Platform, StringsOfEveryShortLengthKeepTheirTextWhicheverWayTheyAreMade)
+{
+    const std::string source = "abcdefghijklmnopqrstuvwxyz0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ-+abcdefghijklmnopqrstuvwxyz0123";
+    const uint32_t records = inUse();
+    for (uint32_t n = 0; n <= source.size(); ++n) {
+        const std::string text = source.substr(0, n);
+        dynstr_t made = dynstr_fromstr(strings, text.c_str());
+        dynstr_t cut = dynstr_fromstrn(strings, source.c_str(), n);
+        dynstr_t copy = dynstr_dup(strings, made);
+        for (dynstr_t s : {made, cut, copy}) {
+            ASSERT_NE(nullptr, s) << n;
+            EXPECT_EQ(n, dynstr_len(s)) << n;
+            EXPECT_EQ(text, dynstr_cstr(s)) << n;
+        }
+        dynstr_release(made);
+        dynstr_release(cut);
+        dynstr_release(copy);
+    }
+    EXPECT_EQ(records, inUse());
+}
+
+// Searches by object rely on the places behind the last object being empty:
+// a list of any length up to two records, cut at its end or in its middle.
+TEST_F(Platform, ListsAnswerForEveryPlaceAndEndAtTheirLastObjectAfterRemovals)
+{
+    std::vector<int> keys(10);
+    auto walk = [](llist_t l) {
+        std::vector<void *> out;
+        for (void *p = llist_getnext(l, nullptr); p && out.size() <= 10; p = llist_getnext(l, p))
+            out.push_back(p);
+        return out;
+    };
+    for (size_t n = 0; n <= keys.size(); ++n) {
+        llist_t list = nullptr;
+        std::vector<void *> expect;
+        for (size_t i = 0; i < n; ++i) {
+            ASSERT_EQ(0, llist_addobject(&list, &keys[i], lists));
+            expect.push_back(&keys[i]);
+            for (size_t j = 0; j <= i; ++j)
+                EXPECT_EQ(-1, llist_addobject(&list, &keys[j], lists)) << n << " " << j;
+        }
+        EXPECT_EQ(expect, walk(list)) << n;
+        if (n == 0)
+            continue;
+        EXPECT_EQ(0, llist_removeobject(list, expect.back()));
+        EXPECT_EQ(nullptr, llist_getnext(list, expect.back()));
+        expect.pop_back();
+        if (!expect.empty()) {
+            EXPECT_EQ(nullptr, llist_getnext(list, expect.back())) << n;
+        }
+        if (expect.size() > 1) {
+            EXPECT_EQ(0, llist_removeobject(list, expect[expect.size() / 2]));
+            expect.erase(expect.begin() + static_cast<long>(expect.size() / 2));
+        }
+        EXPECT_EQ(expect, walk(list)) << n;
+        ASSERT_EQ(0, llist_addobject(&list, &keys[n - 1], lists));  // back into the emptied place
+        expect.push_back(&keys[n - 1]);
+        EXPECT_EQ(expect, walk(list)) << n;
+        EXPECT_EQ(expect.size(), llist_count(list));
+        llist_release(list);
+    }
+}
+
 TEST_F(Platform, ListsRefuseDuplicatesAllowRemovalDuringAWalkAndReleaseInOrder)
 {
     const uint32_t lists0 = inUse(lists);
