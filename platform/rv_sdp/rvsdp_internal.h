@@ -111,13 +111,63 @@ inline char *reserveText(RvSdpMsg *msg, size_t size)
     return allocTextSlow(msg, size);
 }
 
+// The first byte at or after p that is A or B, or e. Eight bytes at a time
+// while eight are left: the fields of SDP lines are short, so the byte is
+// usually found in the first word.
+template <char A, char B>
+inline const char *findEither(const char *p, const char *e)
+{
+    constexpr uint64_t kOnes = 0x0101010101010101ull, kHighs = 0x8080808080808080ull;
+    while (e - p >= 8) {
+        uint64_t w;
+        memcpy(&w, p, 8);
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+        w = __builtin_bswap64(w);  // the first byte lowest, as below
+#endif
+        uint64_t a = w ^ (kOnes * static_cast<unsigned char>(A));
+        uint64_t b = w ^ (kOnes * static_cast<unsigned char>(B));
+        // A byte's high bit is set when that byte is zero; bits above the
+        // first zero byte may be wrong, the lowest one is not.
+        uint64_t found = ((a - kOnes) & ~a & kHighs) | ((b - kOnes) & ~b & kHighs);
+        if (found)
+            return p + (__builtin_ctzll(found) >> 3);
+        p += 8;
+    }
+    while (p < e && *p != A && *p != B)
+        ++p;
+    return p;
+}
+
+// Copies n bytes with a few loads and stores that may overlap: the fields of
+// SDP lines are mostly a few characters long, too short to pay for a call.
+inline void copyText(char *to, const char *from, size_t n)
+{
+    if (n >= 8) {
+        if (n > 32) {
+            memcpy(to, from, n);
+        } else if (n > 16) {
+            __builtin_memcpy(to, from, 16);
+            __builtin_memcpy(to + n - 16, from + n - 16, 16);
+        } else {
+            __builtin_memcpy(to, from, 8);
+            __builtin_memcpy(to + n - 8, from + n - 8, 8);
+        }
+    } else if (n >= 4) {
+        __builtin_memcpy(to, from, 4);
+        __builtin_memcpy(to + n - 4, from + n - 4, 4);
+    } else if (n) {
+        to[0] = from[0];
+        to[n / 2] = from[n / 2];
+        to[n - 1] = from[n - 1];
+    }
+}
+
 inline char *allocText(RvSdpMsg *msg, const char *text, size_t len)
 {
     char *p = reserveText(msg, len + 1);
     if (!p)
         return nullptr;
-    if (len)
-        memcpy(p, text, len);
+    copyText(p, text, len);
     p[len] = '\0';
     return p;
 }
@@ -134,8 +184,40 @@ inline void listAppend(RvSdpList *list, void *item)
     ++list->_count;
 }
 
-// Items made by both the parser and the builders; the texts are taken as they
-// are (the builders validate before calling).
+// Items made from texts the message holds already (NUL-terminated): the
+// parser cuts them in place from its copy of the whole text.
+RvSdpMediaDescr *mediaDescrOf(RvSdpMsg *msg, const char *type, int port, const char *proto);
+RvSdpConnection *connectionOf(RvSdpMsg *msg, const char *net, const char *addrType,
+                              const char *addr);
+int formatOf(RvSdpMediaDescr *d, const char *text);
+
+// Reads the rtpmap fields of a record from its value.
+void parseRtpMap(RvSdpMsg *msg, RvSdpRtpMapRec *r, const char *value, size_t len);
+
+inline RvSdpAttribute *attributeOf(RvSdpMsg *msg, const char *name, size_t nameLen, const char *value,
+                                   size_t valueLen)
+{
+    int kind = RVSDP_SPEC_ATTR_NONE;
+    if (nameLen == 6 && memcmp(name, "rtpmap", 6) == 0)
+        kind = RVSDP_SPEC_ATTR_RTPMAP;
+    else if (nameLen == 4 && memcmp(name, "fmtp", 4) == 0)
+        kind = RVSDP_SPEC_ATTR_FMTP;
+    // Sizes known here, so the clearing of the record needs no call.
+    RvSdpAttribute *a = kind == RVSDP_SPEC_ATTR_RTPMAP
+                            ? static_cast<RvSdpAttribute *>(allocRecord(msg, sizeof(RvSdpRtpMapRec)))
+                            : static_cast<RvSdpAttribute *>(allocRecord(msg, sizeof(RvSdpAttribute)));
+    if (!a)
+        return nullptr;
+    a->name = name;
+    a->value = value;
+    a->kind = kind;
+    if (kind == RVSDP_SPEC_ATTR_RTPMAP)
+        parseRtpMap(msg, reinterpret_cast<RvSdpRtpMapRec *>(a), value, valueLen);
+    return a;
+}
+
+// The same from texts that are copied; the texts are taken as they are (the
+// builders validate before calling).
 RvSdpAttribute *newAttribute(RvSdpMsg *msg, const char *name, size_t nameLen,
                              const char *value, size_t valueLen);
 RvSdpMediaDescr *newMediaDescr(RvSdpMsg *msg, const char *type, size_t typeLen, int port,
