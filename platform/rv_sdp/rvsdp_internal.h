@@ -138,6 +138,29 @@ inline const char *findEither(const char *p, const char *e)
     return p;
 }
 
+// The first `c` in the NUL-terminated text at p, or its NUL. Eight bytes at
+// a time while the text lasts that long: p + 8 <= end, end being the NUL.
+template <char C>
+inline const char *findInText(const char *p, const char *end)
+{
+    constexpr uint64_t kOnes = 0x0101010101010101ull, kHighs = 0x8080808080808080ull;
+    while (end - p >= 8) {
+        uint64_t w;
+        memcpy(&w, p, 8);
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+        w = __builtin_bswap64(w);
+#endif
+        uint64_t x = w ^ (kOnes * static_cast<unsigned char>(C));
+        uint64_t found = (x - kOnes) & ~x & kHighs;
+        if (found)
+            return p + (__builtin_ctzll(found) >> 3);
+        p += 8;
+    }
+    while (*p != C && *p != '\0')
+        ++p;
+    return p;
+}
+
 // Copies n bytes with a few loads and stores that may overlap: the fields of
 // SDP lines are mostly a few characters long, too short to pay for a call.
 inline void copyText(char *to, const char *from, size_t n)
@@ -189,7 +212,18 @@ inline void listAppend(RvSdpList *list, void *item)
 RvSdpMediaDescr *mediaDescrOf(RvSdpMsg *msg, const char *type, int port, const char *proto);
 RvSdpConnection *connectionOf(RvSdpMsg *msg, const char *net, const char *addrType,
                               const char *addr);
-int formatOf(RvSdpMediaDescr *d, const char *text);
+
+inline int formatOf(RvSdpMediaDescr *d, const char *text)
+{
+    if (d->formats._count >= RVSDP_MAX_FORMATS)
+        return RVSDP_ERROR;
+    RvSdpFormat *f = static_cast<RvSdpFormat *>(allocRecord(d->msg, sizeof(RvSdpFormat)));
+    if (!f)
+        return RVSDP_ERROR;
+    f->text = text;
+    listAppend(&d->formats, f);
+    return RVSDP_OK;
+}
 
 // Reads the rtpmap fields of a record from its value.
 void parseRtpMap(RvSdpMsg *msg, RvSdpRtpMapRec *r, const char *value, size_t len);

@@ -248,7 +248,6 @@ void parseRtpMap(RvSdpMsg *msg, RvSdpRtpMapRec *r, const char *v, size_t len) {
     r->channels = 0;
     r->encodingName = nullptr;
     if (!v) return;
-    (void)len;
     // The payload is the piece up to the first blank.
     const char *p = v;
     unsigned payload = 0;
@@ -260,7 +259,7 @@ void parseRtpMap(RvSdpMsg *msg, RvSdpRtpMapRec *r, const char *v, size_t len) {
     }
     while (isBlank(*p)) ++p;
     const char *name = p;
-    while (*p != '/' && *p != '\0') ++p;
+    p = findInText<'/'>(p, v + len);
     const char *nameEnd = p;
     while (nameEnd > name && isBlank(nameEnd[-1])) --nameEnd;
     if (nameEnd > name) r->encodingName = allocText(msg, name, static_cast<size_t>(nameEnd - name));
@@ -326,15 +325,6 @@ RvSdpConnection *newConnection(RvSdpMsg *msg, const char *net, size_t netLen,
     const char *addrTypeText = netText ? allocText(msg, addrType, addrTypeLen) : nullptr;
     const char *addrText = addrTypeText ? allocText(msg, addr, addrLen) : nullptr;
     return addrText ? connectionOf(msg, netText, addrTypeText, addrText) : nullptr;
-}
-
-int formatOf(RvSdpMediaDescr *d, const char *text) {
-    if (d->formats._count >= RVSDP_MAX_FORMATS) return RVSDP_ERROR;
-    RvSdpFormat *f = static_cast<RvSdpFormat *>(allocRecord(d->msg, sizeof(RvSdpFormat)));
-    if (!f) return RVSDP_ERROR;
-    f->text = text;
-    listAppend(&d->formats, f);
-    return RVSDP_OK;
 }
 
 int addFormat(RvSdpMediaDescr *d, const char *text, size_t len) {

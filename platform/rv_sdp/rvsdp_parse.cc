@@ -154,16 +154,17 @@ private:
         if (nameEnd == p) return false;
         size_t nameLen = static_cast<size_t>(nameEnd - p);
         size_t valueLen = colon ? static_cast<size_t>(e - colon - 1) : 0;
-        RvSdpAttribute *a;
-        if (copy_) {
-            a = attributeOf(msg_, keep(p, nameLen), nameLen, colon ? keep(colon + 1, valueLen) : nullptr,
-                            valueLen);
-        } else {
-            a = newAttribute(msg_, p, nameLen, colon ? colon + 1 : nullptr, valueLen);
-        }
+        RvSdpAttribute *a = copy_ ? attributeOf(msg_, keep(p, nameLen), nameLen,
+                                                colon ? keep(colon + 1, valueLen) : nullptr, valueLen)
+                                  : copiedAttribute(p, nameLen, colon, valueLen);
         if (!a) return false;
         listAppend(list, a);
         return true;
+    }
+
+    __attribute__((noinline)) RvSdpAttribute *copiedAttribute(const char *p, size_t nameLen, const char *colon,
+                                                              size_t valueLen) {
+        return newAttribute(msg_, p, nameLen, colon ? colon + 1 : nullptr, valueLen);
     }
 
     bool timing(const char *p, const char *e) {

@@ -111,17 +111,34 @@ TEST(RvSdpParse, PayloadsRtpMapsAndFmtpWithMissingParts)
         got += std::to_string(rvSdpMediaDescrGetPayload(d, i)) + " ";
     EXPECT_EQ("0 8 127 7 -3 -3 -3 -1 ", got);  // -3: signed or above 999999999, -1: no such format
     EXPECT_STREQ("1234567890", rvSdpMediaDescrGetFormat(d, 6));
-    got.clear();
-    for (size_t i = 0; i < rvSdpGetNumOfSpecialAttr(d, RVSDP_SPEC_ATTR_RTPMAP); ++i) {
-        RvSdpRtpMap *r = rvSdpGetSpecialAttr(d, i, RVSDP_SPEC_ATTR_RTPMAP);
-        const char *name = rvSdpRtpMapGetEncodingName(r);
-        got += std::to_string(rvSdpRtpMapGetPayload(r)) + " " + (name ? name : "NULL") + "/" +
-               std::to_string(rvSdpRtpMapGetClockRate(r)) + "/" + std::to_string(rvSdpRtpMapGetChannels(r)) + ", ";
-    }
-    EXPECT_EQ("96 AMR/8000/1, 97 opus/48000/2, 98 foo/-1/0, 99 L16/16000/0, -1 bad/-1/0, -1 NULL/-1/0, ", got);
+    auto rtpmaps = [](const RvSdpMediaDescr *media) {
+        std::string out;
+        for (size_t i = 0; i < rvSdpGetNumOfSpecialAttr(media, RVSDP_SPEC_ATTR_RTPMAP); ++i) {
+            RvSdpRtpMap *r = rvSdpGetSpecialAttr(media, i, RVSDP_SPEC_ATTR_RTPMAP);
+            const char *name = rvSdpRtpMapGetEncodingName(r);
+            out += std::to_string(rvSdpRtpMapGetPayload(r)) + " " + (name ? name : "NULL") + "/" +
+                   std::to_string(rvSdpRtpMapGetClockRate(r)) + "/" + std::to_string(rvSdpRtpMapGetChannels(r)) + ", ";
+        }
+        return out;
+    };
+    EXPECT_EQ("96 AMR/8000/1, 97 opus/48000/2, 98 foo/-1/0, 99 L16/16000/0, -1 bad/-1/0, -1 NULL/-1/0, ", rtpmaps(d));
     RvSdpAttribute *bare = rvSdpGetSpecialAttr(d, 1, RVSDP_SPEC_ATTR_FMTP);  // still reads as text
     EXPECT_STREQ("", rvSdpSpecAttrGetValue(bare));
     EXPECT_EQ(nullptr, rvSdpAttributeGetValue(bare));
+
+    // Blanks, zeros, extra slashes and names longer than a word: each piece
+    // is read whole, blanks cut only from its end (none from the payload's).
+    std::string odd = "m=audio 5004 RTP/AVP 96\n";
+    for (const char *value : {"0096 a/0008000/01", "96\tPCMU\t/ 8000", "96 PCMU/8000 /2 ", "96  telephone-event/8000/1/2",
+                              "1234567890 X/1234567890/0", "999999999 telephone-event-long/999999999", "96 a b/8 0/ 1",
+                              "96 x//", "96 /8000/1", "96 very-long-encoding-name", "96 very-long-encoding-name/",
+                              "96 PCMU/8000\t"})
+        odd += std::string("a=rtpmap:") + value + "\n";
+    Parsed q(odd);
+    EXPECT_EQ("96 a/8000/1, 96 PCMU/-1/0, 96 PCMU/8000/2, 96 telephone-event/8000/0, -1 X/-1/0, "
+              "999999999 telephone-event-long/999999999/0, 96 a b/-1/0, 96 x/-1/0, 96 NULL/8000/1, "
+              "96 very-long-encoding-name/-1/0, 96 very-long-encoding-name/-1/0, 96 PCMU/8000/0, ",
+              rtpmaps(rvSdpMsgGetMediaDescr(&q.msg, 0)));
 }
 
 TEST(RvSdpParse, NotSdpGivenLengthAndBadArguments)
