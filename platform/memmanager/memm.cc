@@ -611,7 +611,8 @@ uint32_t cachedRecords(const Pool *pool, int handle)
 
 // A cached record of another thread, claimed; the pool lock is held. A few
 // more of the same cache go to the thief's own cache, so that a thread that
-// only takes what another only frees does not come here for each record.
+// only takes what another only frees does not come here for each record
+// (the thief's cache is empty: it comes here only once its own ran dry).
 void *steal(Pool *pool, int handle, Cache *own)
 {
     for (ThreadState *t = __atomic_load_n(&g_threads, __ATOMIC_ACQUIRE); t;
@@ -630,16 +631,7 @@ void *steal(Pool *pool, int handle, Cache *own)
                 found = p;
                 continue;
             }
-            uint32_t in = load(own->in), out = load(own->out);
-            if (in - out == kCacheSlots) {
-                // No room after all: it goes back where another thread can find it.
-                *static_cast<void **>(p) = pool->shared;
-                pool->shared = p;
-                pool->sharedCount++;
-                setState(p, kShared);
-                break;
-            }
-            push(own, in, out, p, kCached);
+            push(own, load(own->in), load(own->out), p, kCached);
             ++moved;
         }
         if (found)
