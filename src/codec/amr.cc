@@ -139,7 +139,7 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
     // Name, fmtp, channels and the table's packet time are read under one
     // acquisition of the payload lock.
     ClassLock lock(g_payloadModule);
-    ZvSdpAmrType kind = amrKind(objHndl);
+    ZvSdpAmrType kind = amrKindOf(objHndl);
     if (kind == ZVSDP_AMR_TYPE_NONE)
         return ZVSDP_RC_INVALID;
     // The text is cut up in place, so it is copied (as much as 512 bytes hold).
@@ -306,10 +306,15 @@ ZVSDP_API uint32_t zvSdpMediaPayloadAmrGetCommonModes(uint32_t modes1, uint32_t 
 
 namespace zv {
 
+ZvSdpAmrType amrKindOf(const CPayload *payload)
+{
+    return kindOfName(dynstr_cstr(payload->name));
+}
+
 ZvSdpAmrType amrKind(CPayload *payload)
 {
     ClassLock lock(g_payloadModule);
-    return kindOfName(dynstr_cstr(payload->name));
+    return amrKindOf(payload);
 }
 
 }  // namespace zv

@@ -30,14 +30,13 @@ uint32_t getNumberOfMediaDescriptors(CSdp *sdp, uint32_t *count)
     return rc;
 }
 
-// Payload equality of the negotiation: payloads of one AMR band are one
-// codec, whatever their parameters; others are equal as the payload
-// compare has it (channels, clock, name without regard to case).
-bool payloadsEqual(CPayload *a, CPayload *b)
+// Payload equality of the negotiation, for locked payloads: payloads of one
+// AMR band are one codec, whatever their parameters; others are equal as the
+// payload compare has it (channels, clock, name without regard to case).
+bool payloadsEqual(const CPayload *a, const CPayload *b)
 {
-    ClassLock lock(g_payloadModule);
-    ZvSdpAmrType kind = amrKind(a);
-    if (kind != ZVSDP_AMR_TYPE_NONE && kind == amrKind(b))
+    ZvSdpAmrType kind = amrKindOf(a);
+    if (kind != ZVSDP_AMR_TYPE_NONE && kind == amrKindOf(b))
         return true;
     return a->channels == b->channels && a->clockRate == b->clockRate && dynstr_strcmpi(a->name, b->name) == 0;
 }
@@ -142,6 +141,7 @@ ZVSDP_API uint32_t zvSdpPayloadComparePayloads(CPayload *objHndl, CPayload *objH
         ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, objHndl2=%p", vp(objHndl), vp(objHndl2));
         return ZVSDP_RC_INVALID;
     }
+    ClassLock lock(g_payloadModule);
     *equal = payloadsEqual(objHndl, objHndl2) ? 1 : 0;
     return ZVSDP_RC_OK;
 }

@@ -12,6 +12,10 @@ ClassModule g_attrModule = {kModAttr, true, true, false, 0, MEMM_POOL_NONE, MEMM
 
 using namespace zv;
 
+namespace zv {
+CAttribute *attrConstruct(const char *name, const char *value);
+}  // namespace zv
+
 namespace {
 
 ClassModule &M = g_attrModule;
@@ -95,13 +99,9 @@ ZVSDP_API CAttribute *zvSdpAttrObjConstruct(const char *name, const char *value)
     CAttribute *a;
     {
         ClassLock lock(M);
-        a = static_cast<CAttribute *>(memm_alloc(M.pool));
+        a = attrConstruct(name, value);
         if (!a)
             return nullptr;
-        a->rights = ZVSDP_READ_WRITE;
-        a->name = dynstr_fromstr(M.dynstrPool, name);
-        // An empty value makes a flag attribute, as "a=sendrecv" is.
-        a->value = value && *value ? dynstr_fromstr(M.dynstrPool, value) : nullptr;
     }
     return checked(a, __func__);
 }
@@ -189,3 +189,25 @@ ZVSDP_API void zvSdpAttrObjSetAccessRights(CAttribute *objHndl, uint32_t rights)
 }
 
 }  // extern "C"
+
+namespace zv {
+
+CAttribute *attrConstruct(const char *name, const char *value)
+{
+    CAttribute *a = static_cast<CAttribute *>(memm_alloc(M.pool));
+    if (!a)
+        return nullptr;
+    a->rights = ZVSDP_READ_WRITE;
+    a->name = dynstr_fromstr(M.dynstrPool, name);
+    // An empty value makes a flag attribute, as "a=sendrecv" is.
+    a->value = value && *value ? dynstr_fromstr(M.dynstrPool, value) : nullptr;
+    return a;
+}
+
+CAttribute *attrConstructChecked(const char *name, const char *value)
+{
+    CAttribute *a = attrConstruct(name, value);
+    return a ? checked(a, "zvSdpAttrObjConstruct") : nullptr;
+}
+
+}  // namespace zv

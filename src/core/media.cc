@@ -136,7 +136,7 @@ ZVSDP_API CMedia *zvSdpMediaObjConstructCopy(CMedia *source)
     {
         ClassLock payloadLock(g_payloadModule);
         for (void *p = llist_getnext(source->payloads, nullptr); p; p = llist_getnext(source->payloads, p)) {
-            CPayload *copy = zvSdpPayloadObjConstructCopy(static_cast<CPayload *>(p));
+            CPayload *copy = payloadConstructCopy(static_cast<CPayload *>(p));
             if (copy && llist_addobject(&m->payloads, copy, M.listPool) != 0)
                 zvSdpPayloadObjDestruct(copy);
         }
@@ -219,7 +219,7 @@ ZVSDP_API void zvSdpMediaObjAddPayload(CMedia *objHndl, CPayload *payload)
     if (!payload)
         return;
     ClassLock lock(M);
-    llist_addobject(&objHndl->payloads, payload, M.listPool);
+    mediaAddPayload(objHndl, payload);
 }
 
 ZVSDP_API CPayload *zvSdpMediaObjGetPayload(CMedia *objHndl, CPayload *previous)
@@ -250,7 +250,7 @@ ZVSDP_API void zvSdpMediaObjAddAttribute(CMedia *objHndl, CAttribute *attribute)
     if (!attribute)
         return;
     ClassLock lock(M);
-    llist_addobject(&objHndl->attributes, attribute, M.listPool);
+    mediaAddAttribute(objHndl, attribute);
 }
 
 ZVSDP_API CAttribute *zvSdpMediaObjGetAttribute(CMedia *objHndl, CAttribute *previous)
@@ -409,3 +409,17 @@ ZVSDP_API uint32_t zvSdpMediaObjGetAccessRights(CMedia *objHndl)
 }
 
 }  // extern "C"
+
+namespace zv {
+
+void mediaAddPayload(CMedia *media, CPayload *payload)
+{
+    llist_addobject(&media->payloads, payload, M.listPool);
+}
+
+void mediaAddAttribute(CMedia *media, CAttribute *attribute)
+{
+    llist_addobject(&media->attributes, attribute, M.listPool);
+}
+
+}  // namespace zv

@@ -121,9 +121,22 @@ bool rtpmapRequired(const CPayload *payload);
 // The codec table's default packet time for a locked payload's name; 0 when
 // no row has the name.
 uint32_t defaultPtimeOf(const CPayload *payload);
+// Cores of object operations, for callers that hold the class lock already
+// (the exported operation is the core under the lock).
+CPayload *payloadConstructEx(uint32_t payloadType, const char *name, uint32_t clockRate, uint32_t channels);
+CPayload *payloadConstructCopy(const CPayload *source);
+void payloadSetFmtp(CPayload *payload, const char *fmtp);
+// Construct and its instance check (whose failure is logged as Construct's).
+CAttribute *attrConstructChecked(const char *name, const char *value);
+// The media lock is held; the new payload or attribute joins the media's list.
+void mediaAddPayload(CMedia *media, CPayload *payload);
+void mediaAddAttribute(CMedia *media, CAttribute *attribute);
+
 // How many media a session holds (takes the session lock).
 uint32_t mediaCount(CSdp *session);
-// The AMR band of a payload by its name (takes the payload lock).
+// The AMR band of a payload by its name: of a locked payload, and taking
+// the payload lock.
+ZvSdpAmrType amrKindOf(const CPayload *payload);
 ZvSdpAmrType amrKind(CPayload *payload);
 
 extern ClassModule g_sdpModule;

@@ -88,18 +88,7 @@ ZVSDP_API CPayload *zvSdpPayloadObjConstructEx(uint32_t payloadType, const char 
                                                uint32_t channels)
 {
     ClassLock lock(M);
-    CPayload *p = static_cast<CPayload *>(memm_alloc(M.pool));
-    if (!p)
-        return nullptr;
-    p->rights = ZVSDP_READ_WRITE;
-    p->payloadType = payloadType;
-    p->name = dynstr_fromstr(M.dynstrPool, name);
-    p->channels = channels;
-    p->clockRate = clockRate;
-    p->fmtp = nullptr;
-    p->rtpmapEnabled = payloadType >= 96 ? 1 : 0;
-    p->ptime = 0;
-    return checked(p);
+    return payloadConstructEx(payloadType, name, clockRate, channels);
 }
 
 ZVSDP_API CPayload *zvSdpPayloadObjConstruct(uint32_t payloadType, const char *name)
@@ -110,18 +99,7 @@ ZVSDP_API CPayload *zvSdpPayloadObjConstruct(uint32_t payloadType, const char *n
 ZVSDP_API CPayload *zvSdpPayloadObjConstructCopy(CPayload *source)
 {
     ClassLock lock(M);
-    CPayload *p = static_cast<CPayload *>(memm_alloc(M.pool));
-    if (!p)
-        return nullptr;
-    p->rights = ZVSDP_READ_WRITE;
-    p->name = dynstr_dup(M.dynstrPool, source->name);
-    p->channels = source->channels;
-    p->clockRate = source->clockRate;
-    p->payloadType = source->payloadType;
-    p->rtpmapEnabled = source->rtpmapEnabled;
-    p->ptime = source->ptime;
-    p->fmtp = source->fmtp ? dynstr_dup(M.dynstrPool, source->fmtp) : nullptr;
-    return checked(p);
+    return payloadConstructCopy(source);
 }
 
 ZVSDP_API void zvSdpPayloadObjDestruct(CPayload *objHndl)
@@ -197,8 +175,7 @@ ZVSDP_API struct dynstr_s *zvSdpPayloadObjGetFmtp(CPayload *objHndl)
 ZVSDP_API void zvSdpPayloadObjSetFmtp(CPayload *objHndl, const char *fmtp)
 {
     ClassLock lock(M);
-    dynstr_release(objHndl->fmtp);
-    objHndl->fmtp = fmtp ? dynstr_fromstr(M.dynstrPool, fmtp) : nullptr;
+    payloadSetFmtp(objHndl, fmtp);
 }
 
 ZVSDP_API uint32_t zvSdpPayloadObjGetEnableRtpMap(CPayload *objHndl)
@@ -272,3 +249,45 @@ ZVSDP_API uint32_t zvSdpPayloadObjGetAccessRights(CPayload *objHndl)
 }
 
 }  // extern "C"
+
+namespace zv {
+
+CPayload *payloadConstructEx(uint32_t payloadType, const char *name, uint32_t clockRate, uint32_t channels)
+{
+    CPayload *p = static_cast<CPayload *>(memm_alloc(M.pool));
+    if (!p)
+        return nullptr;
+    p->rights = ZVSDP_READ_WRITE;
+    p->payloadType = payloadType;
+    p->name = dynstr_fromstr(M.dynstrPool, name);
+    p->channels = channels;
+    p->clockRate = clockRate;
+    p->fmtp = nullptr;
+    p->rtpmapEnabled = payloadType >= 96 ? 1 : 0;
+    p->ptime = 0;
+    return checked(p);
+}
+
+CPayload *payloadConstructCopy(const CPayload *source)
+{
+    CPayload *p = static_cast<CPayload *>(memm_alloc(M.pool));
+    if (!p)
+        return nullptr;
+    p->rights = ZVSDP_READ_WRITE;
+    p->name = dynstr_dup(M.dynstrPool, source->name);
+    p->channels = source->channels;
+    p->clockRate = source->clockRate;
+    p->payloadType = source->payloadType;
+    p->rtpmapEnabled = source->rtpmapEnabled;
+    p->ptime = source->ptime;
+    p->fmtp = source->fmtp ? dynstr_dup(M.dynstrPool, source->fmtp) : nullptr;
+    return checked(p);
+}
+
+void payloadSetFmtp(CPayload *payload, const char *fmtp)
+{
+    dynstr_release(payload->fmtp);
+    payload->fmtp = fmtp ? dynstr_fromstr(M.dynstrPool, fmtp) : nullptr;
+}
+
+}  // namespace zv

@@ -190,13 +190,18 @@ ZVSDP_API uint32_t zvSdpMediaAddAttribute(CMedia *mediaObj, const char *name, co
     }
     if (attrHndl)
         *attrHndl = nullptr;
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
-    CAttribute *attribute = zvSdpAttrObjConstruct(name, value);
-    if (!attribute) {
-        zvSdpAttrObjDestruct(attribute);
-        return ZVSDP_RC_NO_RESOURCE;
+    // The rights test, the construction and the append are one operation on
+    // the media.
+    ClassLock mediaLock(g_mediaModule);
+    ZV_GUARD_WRITABLE(mediaObj->rights);
+    CAttribute *attribute;
+    {
+        ClassLock attributeLock(g_attrModule);
+        attribute = attrConstructChecked(name, value);
     }
-    zvSdpMediaObjAddAttribute(mediaObj, attribute);
+    if (!attribute)
+        return ZVSDP_RC_NO_RESOURCE;
+    mediaAddAttribute(mediaObj, attribute);
     if (attrHndl)
         *attrHndl = attribute;
     return ZVSDP_RC_OK;
@@ -327,17 +332,19 @@ ZVSDP_API uint32_t zvSdpMediaAddPayload(CMedia *mediaObj, uint32_t payloadType, 
     }
     if (ptHndl)
         *ptHndl = nullptr;
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
-    CPayload *payload = zvSdpPayloadObjConstructEx(payloadType, encodingName, clockRate, channels);
-    if (!payload) {
-        zvSdpPayloadObjDestruct(payload);
+    // The rights test, the construction, the append and the fmtp are one
+    // operation on the media and its new payload.
+    ClassLock mediaLock(g_mediaModule);
+    ZV_GUARD_WRITABLE(mediaObj->rights);
+    ClassLock payloadLock(g_payloadModule);
+    CPayload *payload = payloadConstructEx(payloadType, encodingName, clockRate, channels);
+    if (!payload)
         return ZVSDP_RC_NO_RESOURCE;
-    }
-    zvSdpMediaObjAddPayload(mediaObj, payload);
+    mediaAddPayload(mediaObj, payload);
     if (ptHndl)
         *ptHndl = payload;
     if (fmtp)
-        zvSdpPayloadObjSetFmtp(payload, fmtp);
+        payloadSetFmtp(payload, fmtp);
     return ZVSDP_RC_OK;
 }
 

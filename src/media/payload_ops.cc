@@ -15,8 +15,9 @@ ZVSDP_API uint32_t zvSdpPayloadAddFmtp(CPayload *payloadHndl, const char *format
                 vp(format_specifier));
         return ZVSDP_RC_INVALID;
     }
-    ZV_GUARD_WRITABLE(zvSdpPayloadObjGetAccessRights(payloadHndl));
-    zvSdpPayloadObjSetFmtp(payloadHndl, format_specifier);
+    ClassLock lock(g_payloadModule);
+    ZV_GUARD_WRITABLE(payloadHndl->rights);
+    payloadSetFmtp(payloadHndl, format_specifier);
     return ZVSDP_RC_OK;
 }
 

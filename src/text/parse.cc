@@ -283,7 +283,9 @@ void addAttributes(CMedia *media, RvSdpMediaDescr *descr)
         const char *name = orEmpty(rvSdpAttributeGetName(attribute));
         if (isPayloadLine(name))
             continue;
-        zvSdpMediaObjAddAttribute(media, zvSdpAttrObjConstruct(name, attributeValue(attribute)));
+        CAttribute *built = attrConstructChecked(name, attributeValue(attribute));
+        if (built)
+            mediaAddAttribute(media, built);
     }
 }
 
