@@ -224,15 +224,19 @@ ZVSDP_API uint32_t zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities
     }
     uint32_t count = 0;
     uint32_t rc = getNumberOfMediaDescriptors(remoteCapabilities, &count);
-    if (rc != ZVSDP_RC_OK)
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
         return rc;
+    }
     if (count == 0) {
         ZV_LOGD(kModHelper, "At least one media descriptor was expected in the remote capabilities !!!");
         return ZVSDP_RC_MISSING;
     }
     rc = getNumberOfMediaDescriptors(localCapabilities, &count);
-    if (rc != ZVSDP_RC_OK)
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
         return rc;
+    }
     if (count == 0) {
         ZV_LOGD(kModHelper, "At least one media descriptor was expected in the local capabilities !!!");
         return ZVSDP_RC_MISSING;

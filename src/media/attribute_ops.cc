@@ -264,14 +264,15 @@ ZVSDP_API uint32_t zvSdpMediaAddAttrSilenceSupp(CMedia *mediaHndl, uint32_t enab
                                                 uint32_t preference, uint32_t sidUse, uint32_t fixedNoiseLevel,
                                                 CAttribute **attrHndl)
 {
+    // The out handle is null after every failure, the early ones included.
+    if (attrHndl)
+        *attrHndl = nullptr;
     ZV_GUARD_INIT_SILENT();
     if (!mediaHndl) {
         ZV_LOGD(kModApi, "Invalid parameter detected: mediaHndl=%p", vp(mediaHndl));
         return ZVSDP_RC_INVALID;
     }
     ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaHndl));
-    if (attrHndl)
-        *attrHndl = nullptr;
     dynstr_t text = nullptr;
     if (enable == 0) {
         text = dynstr_fromstr(g_apiDynstrPool, "off - - - -");

@@ -412,23 +412,25 @@ ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, RvSdpMsg *rvSdp)
             ZV_LOGD(kModApi, "Failed to set media to unsupported");
 
         // Telephone events go last in the caller's message, and so in ours.
+        // The number is -1 when no rtpmap names them; it is logged either way.
+        int event = -1;
         for (const RvSdpRtpMap *rtpmap = rvSdpGetFirstSpecialAttr(descr, RVSDP_SPEC_ATTR_RTPMAP); rtpmap;
              rtpmap = rvSdpGetNextSpecialAttr(rtpmap, RVSDP_SPEC_ATTR_RTPMAP)) {
-            if (strcasecmp(orEmpty(rvSdpRtpMapGetEncodingName(rtpmap)), "telephone-event") != 0)
-                continue;
-            int event = rvSdpRtpMapGetPayload(rtpmap);
-            ZV_LOGD(kModApi, "zvSdpCopyRvMedia: Telephone Event payload = %d\r\n", event);
-            if (event != -1) {
-                int count = rvSdpMediaDescrGetNumOfPayloads(descr);
-                for (int i = 0; i < count; ++i) {
-                    if (rvSdpMediaDescrGetPayload(descr, i) == event) {
-                        rvSdpRemoveTextFromArray(descr, i);
-                        break;
-                    }
-                }
-                rvSdpMediaDescrAddPayloadNumber(descr, event);
+            if (strcasecmp(orEmpty(rvSdpRtpMapGetEncodingName(rtpmap)), "telephone-event") == 0) {
+                event = rvSdpRtpMapGetPayload(rtpmap);
+                break;
             }
-            break;
+        }
+        ZV_LOGD(kModApi, "zvSdpCopyRvMedia: Telephone Event payload = %d\r\n", event);
+        if (event != -1) {
+            int count = rvSdpMediaDescrGetNumOfPayloads(descr);
+            for (int i = 0; i < count; ++i) {
+                if (rvSdpMediaDescrGetPayload(descr, i) == event) {
+                    rvSdpRemoveTextFromArray(descr, i);
+                    break;
+                }
+            }
+            rvSdpMediaDescrAddPayloadNumber(descr, event);
         }
 
         PayloadLines lines(descr);
