@@ -118,24 +118,16 @@ ZVSDP_API uint32_t zvSdpPayloadAmrGetType(CPayload *objHndl, ZvSdpAmrType *type)
     if (!objHndl || !type)
         return ZVSDP_RC_INVALID;
     // Reading the name fails only before the library is started.
-    if (!g_apiInitialised) {
-        ZV_LOGE(kModApi, "Error in getting the encoding name!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGE, kModApi, "Error in getting the encoding name!");
     *type = amrKind(objHndl);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConfig *retval)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGE(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!objHndl || !retval) {
-        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p, &retval=%p", vp(objHndl), vp(retval));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGE, kModApi, "API not initialised!");
+    ZV_RETURN_IF(!objHndl || !retval, ZVSDP_RC_INVALID, ZV_LOGE, kModApi,
+                 "Invalid parameter detected: objHndl=%p, &retval=%p", vp(objHndl), vp(retval));
     // Name, fmtp, channels and the table's packet time are read under one
     // acquisition of the payload lock.
     ClassLock lock(g_payloadModule);
@@ -219,14 +211,9 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
 ZVSDP_API uint32_t zvSdpPayloadAmrTranslateConfigToFmtp(CPayload *objHndl, const ZvSdpAmrConfig *config,
                                                         char *buffer, uint32_t *length)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGE(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!objHndl || !config || !buffer || !length || *length == 0) {
-        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGE, kModApi, "API not initialised!");
+    ZV_RETURN_IF(!objHndl || !config || !buffer || !length || *length == 0, ZVSDP_RC_INVALID, ZV_LOGE, kModApi,
+                 "Invalid parameter detected: objHndl=%p", vp(objHndl));
     ZvSdpAmrType kind = amrKind(objHndl);
     if (kind == ZVSDP_AMR_TYPE_NONE)
         return ZVSDP_RC_INVALID;
@@ -264,14 +251,8 @@ ZVSDP_API uint32_t zvSdpPayloadAmrTranslateConfigToFmtp(CPayload *objHndl, const
 
 ZVSDP_API uint32_t zvSdpPayloadUpdateAmrParams(CPayload *objHndl, uint32_t selector, uint32_t value)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGE(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!objHndl) {
-        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGE, kModApi, "API not initialised!");
+    ZV_RETURN_IF(!objHndl, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
     ZvSdpAmrConfig config;
     memset(&config, 0, sizeof config);
     uint32_t rc = zvSdpMediaPayloadParseAmrFmtp(objHndl, &config);

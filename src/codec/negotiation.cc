@@ -136,11 +136,9 @@ extern "C" {
 
 ZVSDP_API uint32_t zvSdpPayloadComparePayloads(CPayload *objHndl, CPayload *objHndl2, uint32_t *equal)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!objHndl || !objHndl2 || !equal) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, objHndl2=%p", vp(objHndl), vp(objHndl2));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !objHndl2 || !equal, "Invalid parameter detected: objHndl=%p, objHndl2=%p",
+                         vp(objHndl), vp(objHndl2));
     ClassLock lock(g_payloadModule);
     *equal = payloadsEqual(objHndl, objHndl2) ? 1 : 0;
     return ZVSDP_RC_OK;
@@ -165,18 +163,9 @@ ZVSDP_API uint32_t zvSdpHelperGetFirstCommonPayload(CMedia *first, CMedia *secon
         ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
         return rc;
     }
-    if (!supported1) {
-        ZV_LOGI(kModHelper, "First media descriptor is marked unsupported");
-        return ZVSDP_RC_OK;
-    }
-    if (!supported2) {
-        ZV_LOGI(kModHelper, "Second media descriptor is marked unsupported");
-        return ZVSDP_RC_OK;
-    }
-    if (type1 != type2) {
-        ZV_LOGI(kModHelper, "Media descriptors have different media types");
-        return ZVSDP_RC_OK;
-    }
+    ZV_RETURN_IF(!supported1, ZVSDP_RC_OK, ZV_LOGI, kModHelper, "First media descriptor is marked unsupported");
+    ZV_RETURN_IF(!supported2, ZVSDP_RC_OK, ZV_LOGI, kModHelper, "Second media descriptor is marked unsupported");
+    ZV_RETURN_IF(type1 != type2, ZVSDP_RC_OK, ZV_LOGI, kModHelper, "Media descriptors have different media types");
 
     // The first media's order decides; the second's picks the partner. The
     // search is one operation on the two media and their payloads.
@@ -210,41 +199,28 @@ ZVSDP_API uint32_t zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities
                                                                                CSdp *newCapabilities,
                                                                                uint32_t markIfNoCommon)
 {
-    if (!remoteCapabilities) {
-        ZV_LOGD(kModHelper, "Invalid parameter detected: remoteCapabilities=%p", vp(remoteCapabilities));
-        return ZVSDP_RC_INVALID;
-    }
-    if (!localCapabilities) {
-        ZV_LOGD(kModHelper, "Invalid parameter detected: localCapabilities=%p", vp(localCapabilities));
-        return ZVSDP_RC_INVALID;
-    }
-    if (!newCapabilities) {
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(ZVSDP_RC_OK));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!remoteCapabilities, ZVSDP_RC_INVALID, ZV_LOGD, kModHelper,
+                 "Invalid parameter detected: remoteCapabilities=%p", vp(remoteCapabilities));
+    ZV_RETURN_IF(!localCapabilities, ZVSDP_RC_INVALID, ZV_LOGD, kModHelper,
+                 "Invalid parameter detected: localCapabilities=%p", vp(localCapabilities));
+    ZV_RETURN_IF(!newCapabilities, ZVSDP_RC_INVALID, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(ZVSDP_RC_OK));
     uint32_t count = 0;
     uint32_t rc = getNumberOfMediaDescriptors(remoteCapabilities, &count);
     if (rc != ZVSDP_RC_OK) {
         ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
         return rc;
     }
-    if (count == 0) {
-        ZV_LOGD(kModHelper, "At least one media descriptor was expected in the remote capabilities !!!");
-        return ZVSDP_RC_MISSING;
-    }
+    ZV_RETURN_IF(count == 0, ZVSDP_RC_MISSING, ZV_LOGD, kModHelper,
+                 "At least one media descriptor was expected in the remote capabilities !!!");
     rc = getNumberOfMediaDescriptors(localCapabilities, &count);
     if (rc != ZVSDP_RC_OK) {
         ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
         return rc;
     }
-    if (count == 0) {
-        ZV_LOGD(kModHelper, "At least one media descriptor was expected in the local capabilities !!!");
-        return ZVSDP_RC_MISSING;
-    }
-    if (count > 1) {
-        ZV_LOGD(kModHelper, "Currently this is not supported to  multiple mediaLines for the local capabilities !!!");
-        return ZVSDP_RC_NOT_FOUND;
-    }
+    ZV_RETURN_IF(count == 0, ZVSDP_RC_MISSING, ZV_LOGD, kModHelper,
+                 "At least one media descriptor was expected in the local capabilities !!!");
+    ZV_RETURN_IF(count > 1, ZVSDP_RC_NOT_FOUND, ZV_LOGD, kModHelper,
+                 "Currently this is not supported to  multiple mediaLines for the local capabilities !!!");
 
     CMedia *local = nullptr;
     ZvSdpMediaType localType = ZVSDP_MT_UNKNOWN;
@@ -300,11 +276,9 @@ ZVSDP_API uint32_t zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities
 
 ZVSDP_API uint32_t zvSdpHelperCopyMediaCapabilitiesUnsupported(CSdp *destination, CSdp *source)
 {
-    if (!destination || !source) {
-        ZV_LOGD(kModHelper, "Invalid parameter detected: destination=%p, source=%p", vp(destination), vp(source));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(destination));
+    ZV_RETURN_IF(!destination || !source, ZVSDP_RC_INVALID, ZV_LOGD, kModHelper,
+                 "Invalid parameter detected: destination=%p, source=%p", vp(destination), vp(source));
+    ZV_RETURN_IF_READ_ONLY(zvSdpObjGetAccessRights(destination));
     zvSdpObjDeepCopy(destination, source);
     CMedia *media = nullptr;
     uint32_t rc = zvSdpGetFirstMediaDescriptor(destination, &media);

@@ -1,5 +1,14 @@
-// Step one of every guarded operation: refuse with 3 while the library is
-// not initialised. The other steps differ in their messages and stay inline.
+// The checks a guarded operation starts with: the library started, the
+// arguments present, the object to change writable. Each macro leaves the
+// calling operation with the result code its name says; the log line, where
+// there is one, carries the caller's function name.
+//
+//   ZV_RETURN_IF_NOT_STARTED()           3, D "API not initialised!"
+//   ZV_RETURN_IF_NOT_STARTED_QUIETLY()   3, no message
+//   ZV_RETURN_IF_READ_ONLY(rights)       3, no message
+//   ZV_RETURN_INVALID_IF(cond, ...)      5, D with the given text
+//   ZV_RETURN_IF(cond, code, LOG, ...)   any other code or message: LOG is a
+//                                        ZV_LOG* macro, ... its arguments
 #pragma once
 
 #include "log.h"
@@ -13,27 +22,30 @@ inline void *vp(const void *p)
 }
 }  // namespace zv
 
-#define ZV_GUARD_INIT()                                   \
-    do {                                                  \
-        if (!zv::g_apiInitialised) {                      \
-            ZV_LOGD(zv::kModApi, "API not initialised!"); \
-            return ZVSDP_RC_NOT_ALLOWED;                  \
-        }                                                 \
+#define ZV_RETURN_IF(cond, code, LOG, ...) \
+    do {                                   \
+        if (cond) {                        \
+            LOG(__VA_ARGS__);              \
+            return (code);                 \
+        }                                  \
     } while (0)
 
-// Step three: 3, with no message, when the object to change is read-only.
-#define ZV_GUARD_WRITABLE(rights)                         \
-    do {                                                  \
-        if ((rights) == ZVSDP_READ_ONLY)                  \
-            return ZVSDP_RC_NOT_ALLOWED;                  \
+#define ZV_RETURN_IF_NOT_STARTED() \
+    ZV_RETURN_IF(!zv::g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGD, zv::kModApi, "API not initialised!")
+
+#define ZV_RETURN_IF_NOT_STARTED_QUIETLY() \
+    do {                                   \
+        if (!zv::g_apiInitialised)         \
+            return ZVSDP_RC_NOT_ALLOWED;   \
     } while (0)
 
-// Step one for the operations that refuse without a message.
-#define ZV_GUARD_INIT_SILENT()                            \
-    do {                                                  \
-        if (!zv::g_apiInitialised)                        \
-            return ZVSDP_RC_NOT_ALLOWED;                  \
+#define ZV_RETURN_IF_READ_ONLY(rights)        \
+    do {                                      \
+        if ((rights) == ZVSDP_READ_ONLY)      \
+            return ZVSDP_RC_NOT_ALLOWED;      \
     } while (0)
+
+#define ZV_RETURN_INVALID_IF(cond, ...) ZV_RETURN_IF(cond, ZVSDP_RC_INVALID, ZV_LOGD, zv::kModApi, __VA_ARGS__)
 
 // The text of a result code, for the messages that report one.
 #define ZV_RC_TEXT(code) zvPbxGetErrorString(code)

@@ -11,7 +11,7 @@ namespace {
 // The name tests: 1 when the attribute's name is exactly `name`.
 uint32_t isNamed(CAttribute *attrHndl, uint32_t *result, const char *name, bool critical, const char *function)
 {
-    ZV_GUARD_INIT_SILENT();
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
     if (!attrHndl || !result) {
         if (critical)
             ZV_LOGC_AS(kModApi, function, "Invalid parameter detected: attrHndl=%p, &result=%p", vp(attrHndl),
@@ -96,12 +96,9 @@ ZVSDP_API uint32_t zvSdpAttrIsSqn(CAttribute *attrHndl, uint32_t *result)
 
 ZVSDP_API uint32_t zvSdpAttrGetName(CAttribute *attrObj, char *name, uint32_t *length)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!attrObj || !name || !length) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: attrObj=%p, &name=%p, &length=%p", vp(attrObj), vp(name),
-                vp(length));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!attrObj || !name || !length, "Invalid parameter detected: attrObj=%p, &name=%p, &length=%p",
+                         vp(attrObj), vp(name), vp(length));
     if (*length == 0)
         return ZVSDP_RC_OK;
     memset(name, 0, *length);
@@ -112,12 +109,9 @@ ZVSDP_API uint32_t zvSdpAttrGetName(CAttribute *attrObj, char *name, uint32_t *l
 
 ZVSDP_API uint32_t zvSdpAttrGetValueStr(CAttribute *attrObj, char *value, uint32_t *length)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!attrObj || !value || !length) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: attrObj=%p, &value=%p, &length=%p", vp(attrObj), vp(value),
-                vp(length));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!attrObj || !value || !length, "Invalid parameter detected: attrObj=%p, &value=%p, &length=%p",
+                         vp(attrObj), vp(value), vp(length));
     if (*length == 0)
         return ZVSDP_RC_OK;
     value[0] = '\0';
@@ -132,11 +126,9 @@ ZVSDP_API uint32_t zvSdpAttrGetValueStr(CAttribute *attrObj, char *value, uint32
 
 ZVSDP_API uint32_t zvSdpAttrGetValueInt(CAttribute *attrObj, uint32_t *value)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!attrObj || !value) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: attrObj=%p, &value=%p", vp(attrObj), vp(value));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!attrObj || !value, "Invalid parameter detected: attrObj=%p, &value=%p", vp(attrObj),
+                         vp(value));
     long number = 0;
     // Held to 32 bits so that a 64-bit host answers as the gateways do.
     if (dynstr_getlong(zvSdpAttrObjGetValue(attrObj), &number) != 0 || number < INT32_MIN || number > INT32_MAX)
@@ -147,11 +139,9 @@ ZVSDP_API uint32_t zvSdpAttrGetValueInt(CAttribute *attrObj, uint32_t *value)
 
 ZVSDP_API uint32_t zvSdpAttrSetValueInt(CAttribute *attrObj, int32_t value)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!attrObj) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: attrObj=%p, &value=%d", vp(attrObj), static_cast<int>(value));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!attrObj, "Invalid parameter detected: attrObj=%p, &value=%d", vp(attrObj),
+                         static_cast<int>(value));
     char text[16];
     snprintf(text, sizeof text, "%d", static_cast<int>(value));
     zvSdpAttrObjSetValue(attrObj, text);
@@ -160,23 +150,18 @@ ZVSDP_API uint32_t zvSdpAttrSetValueInt(CAttribute *attrObj, int32_t value)
 
 ZVSDP_API uint32_t zvSdpAttrSetValueStr(CAttribute *attrObj, const char *value)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!attrObj || !value) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: attrObj=%p, &value=%p", vp(attrObj), vp(value));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!attrObj || !value, "Invalid parameter detected: attrObj=%p, &value=%p", vp(attrObj),
+                         vp(value));
     zvSdpAttrObjSetValue(attrObj, value);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaAddAttrPtime(CMedia *mediaHndl, uint32_t ptime, CAttribute **attrHndl)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!mediaHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaHndl=%p", vp(mediaHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaHndl));
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!mediaHndl, "Invalid parameter detected: mediaHndl=%p", vp(mediaHndl));
+    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(mediaHndl));
     if (attrHndl)
         *attrHndl = nullptr;
     // A second call adds a second ptime line: nothing is looked up first.
@@ -185,11 +170,9 @@ ZVSDP_API uint32_t zvSdpMediaAddAttrPtime(CMedia *mediaHndl, uint32_t ptime, CAt
 
 ZVSDP_API uint32_t zvSdpMediaGetPtime(CMedia *mediaHndl, CPayload *payloadHndl, uint32_t *ptime)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!mediaHndl || !payloadHndl || !ptime) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaHndl=%p", vp(mediaHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!mediaHndl || !payloadHndl || !ptime, "Invalid parameter detected: mediaHndl=%p",
+                         vp(mediaHndl));
     *ptime = 0;
     // The media's first ptime attribute decides; then the table's default
     // for the payload's name; there is no fixed fallback here.
@@ -228,14 +211,8 @@ ZVSDP_API uint32_t zvSdpMediaGetPtime(CMedia *mediaHndl, CPayload *payloadHndl, 
 
 ZVSDP_API uint32_t zvSdpMediaIsPtimePresent(CMedia *mediaHndl, uint32_t *present)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD(kModApi, "API not initialised!\r\n");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!mediaHndl || !present) {
-        ZV_LOGD(kModApi, "Invalid Parameters detected \r\n");
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGD, kModApi, "API not initialised!\r\n");
+    ZV_RETURN_INVALID_IF(!mediaHndl || !present, "Invalid Parameters detected \r\n");
     *present = 0;
     CAttribute *attribute = nullptr;
     uint32_t rc = zvSdpMediaGetFirstAttribute(mediaHndl, &attribute);
@@ -267,12 +244,9 @@ ZVSDP_API uint32_t zvSdpMediaAddAttrSilenceSupp(CMedia *mediaHndl, uint32_t enab
     // The out handle is null after every failure, the early ones included.
     if (attrHndl)
         *attrHndl = nullptr;
-    ZV_GUARD_INIT_SILENT();
-    if (!mediaHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaHndl=%p", vp(mediaHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaHndl));
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!mediaHndl, "Invalid parameter detected: mediaHndl=%p", vp(mediaHndl));
+    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(mediaHndl));
     dynstr_t text = nullptr;
     if (enable == 0) {
         text = dynstr_fromstr(g_apiDynstrPool, "off - - - -");
@@ -301,14 +275,8 @@ ZVSDP_API uint32_t zvSdpMediaAddAttrSilenceSupp(CMedia *mediaHndl, uint32_t enab
 
 ZVSDP_API uint32_t zvSdpMediaIsSilenceSuppressionEnabled(CSdp *sdpHndl, uint32_t *result)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!sdpHndl || !result) {
-        ZV_LOGD(kModApi, "Invalid Parameters detected : %p ", vp(sdpHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!sdpHndl || !result, "Invalid Parameters detected : %p ", vp(sdpHndl));
     *result = 0;
     // One byte more than the size handed out: the value copy terminates after
     // the full size. The size is deliberately not reset between attributes.

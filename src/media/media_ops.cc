@@ -37,10 +37,7 @@ uint32_t addFromRow(CMedia *media, uint32_t payloadType, const ZvSdpCodecEntry &
 uint32_t addTablePayload(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHndl, bool dynamic,
                          const char *function)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD_AS(kModApi, function, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGD_AS, kModApi, function, "API not initialised!");
     if (!mediaObj) {
         if (dynamic)
             ZV_LOGD_AS(kModApi, function, "Invalid parameter detected: mediaObj=%p ; &ptHndl=%p", vp(mediaObj),
@@ -51,7 +48,7 @@ uint32_t addTablePayload(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHn
     }
     if (ptHndl)
         *ptHndl = nullptr;
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
+    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(mediaObj));
     const ZvSdpCodecEntry *row = findRow(payloadType, dynamic ? RowKind::Dynamic : RowKind::Static);
     if (!row) {
         if (dynamic)
@@ -71,23 +68,17 @@ extern "C" {
 
 ZVSDP_API uint32_t zvSdpMediaIsSupported(CMedia *mediaObj, uint32_t *val)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !val) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, val=%p", vp(mediaObj), vp(val));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !val, "Invalid parameter detected: mediaObj=%p, val=%p", vp(mediaObj), vp(val));
     *val = zvSdpMediaObjIsSupported(mediaObj);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaMarkUnsupported(CMedia *mediaObj)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p", vp(mediaObj));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj, "Invalid parameter detected: mediaObj=%p", vp(mediaObj));
+    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(mediaObj));
     // Port 0 is how offer/answer marks a rejected stream.
     zvSdpMediaObjSetPort(mediaObj, 0);
     zvSdpMediaObjSetSupported(mediaObj, 0);
@@ -96,33 +87,26 @@ ZVSDP_API uint32_t zvSdpMediaMarkUnsupported(CMedia *mediaObj)
 
 ZVSDP_API uint32_t zvSdpMediaGetMediaType(CMedia *mediaObj, ZvSdpMediaType *type)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !type) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, &type=%p", vp(mediaObj), vp(type));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !type, "Invalid parameter detected: mediaObj=%p, &type=%p", vp(mediaObj),
+                         vp(type));
     *type = static_cast<ZvSdpMediaType>(zvSdpMediaObjGetMediaType(mediaObj));
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaGetTransportProtocol(CMedia *mediaObj, ZvSdpTransportProtocol *proto)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !proto) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, &proto=%p", vp(mediaObj), vp(proto));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !proto, "Invalid parameter detected: mediaObj=%p, &proto=%p", vp(mediaObj),
+                         vp(proto));
     *proto = static_cast<ZvSdpTransportProtocol>(zvSdpMediaObjGetTransport(mediaObj));
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaSetPort(CMedia *objHndl, uint32_t port)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl, "Invalid parameter detected: objHndl=%p", vp(objHndl));
     // A rejected stream keeps port 0: nothing sets it supported again.
     if (!zvSdpMediaObjIsSupported(objHndl) || zvSdpMediaObjGetAccessRights(objHndl) == ZVSDP_READ_ONLY)
         return ZVSDP_RC_NOT_ALLOWED;
@@ -132,47 +116,38 @@ ZVSDP_API uint32_t zvSdpMediaSetPort(CMedia *objHndl, uint32_t port)
 
 ZVSDP_API uint32_t zvSdpMediaGetPort(CMedia *objHndl, uint32_t *port)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl || !port) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, port=%p", vp(objHndl), vp(port));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl || !port, "Invalid parameter detected: objHndl=%p, port=%p", vp(objHndl), vp(port));
     *port = zvSdpMediaObjGetPort(objHndl);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaGetFirstPayload(CMedia *objHndl, CPayload **ptHndl)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl || !ptHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, ptHndl=%p", vp(objHndl), vp(ptHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl || !ptHndl, "Invalid parameter detected: objHndl=%p, ptHndl=%p", vp(objHndl),
+                         vp(ptHndl));
     *ptHndl = zvSdpMediaObjGetPayload(objHndl, nullptr);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaGetNextPayload(CMedia *objHndl, CPayload *ptHndl, CPayload **nextPtHndl)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl || !ptHndl || !nextPtHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, ptHndl=%p, &nextPtHndl=%p", vp(objHndl),
-                vp(ptHndl), vp(nextPtHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl || !ptHndl || !nextPtHndl,
+                         "Invalid parameter detected: objHndl=%p, ptHndl=%p, &nextPtHndl=%p", vp(objHndl), vp(ptHndl),
+                         vp(nextPtHndl));
     *nextPtHndl = zvSdpMediaObjGetPayload(objHndl, ptHndl);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaRemovePayload(CMedia *objHndl, CPayload **ptHndl)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl || !ptHndl || !*ptHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &ptHndl=%p, ptHndl=%p", vp(objHndl), vp(ptHndl),
-                vp(ptHndl ? *ptHndl : nullptr));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(objHndl));
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl || !ptHndl || !*ptHndl,
+                         "Invalid parameter detected: objHndl=%p, &ptHndl=%p, ptHndl=%p", vp(objHndl), vp(ptHndl),
+                         vp(ptHndl ? *ptHndl : nullptr));
+    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(objHndl));
     if (!zvSdpMediaObjHasPayload(objHndl, *ptHndl))
         return ZVSDP_RC_INVALID;
     zvSdpMediaObjRemovePayload(objHndl, *ptHndl);
@@ -183,17 +158,15 @@ ZVSDP_API uint32_t zvSdpMediaRemovePayload(CMedia *objHndl, CPayload **ptHndl)
 ZVSDP_API uint32_t zvSdpMediaAddAttribute(CMedia *mediaObj, const char *name, const char *value,
                                           CAttribute **attrHndl)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !name) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, name=%p", vp(mediaObj), vp(name));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !name, "Invalid parameter detected: mediaObj=%p, name=%p", vp(mediaObj),
+                         vp(name));
     if (attrHndl)
         *attrHndl = nullptr;
     // The rights test, the construction and the append are one operation on
     // the media.
     ClassLock mediaLock(g_mediaModule);
-    ZV_GUARD_WRITABLE(mediaObj->rights);
+    ZV_RETURN_IF_READ_ONLY(mediaObj->rights);
     CAttribute *attribute;
     {
         ClassLock attributeLock(g_attrModule);
@@ -209,13 +182,11 @@ ZVSDP_API uint32_t zvSdpMediaAddAttribute(CMedia *mediaObj, const char *name, co
 
 ZVSDP_API uint32_t zvSdpMediaRemoveAttribute(CMedia *objHndl, CAttribute **attrHndl)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl || !attrHndl || !*attrHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &attrHndl=%p, attrHndl=%p", vp(objHndl),
-                vp(attrHndl), vp(attrHndl ? *attrHndl : nullptr));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(objHndl));
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl || !attrHndl || !*attrHndl,
+                         "Invalid parameter detected: objHndl=%p, &attrHndl=%p, attrHndl=%p", vp(objHndl), vp(attrHndl),
+                         vp(attrHndl ? *attrHndl : nullptr));
+    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(objHndl));
     if (!zvSdpMediaObjHasAttribute(objHndl, *attrHndl))
         return ZVSDP_RC_INVALID;
     zvSdpMediaObjRemoveAttribute(objHndl, *attrHndl);
@@ -225,34 +196,28 @@ ZVSDP_API uint32_t zvSdpMediaRemoveAttribute(CMedia *objHndl, CAttribute **attrH
 
 ZVSDP_API uint32_t zvSdpMediaGetFirstAttribute(CMedia *objHndl, CAttribute **attrHndl)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl || !attrHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, attrHndl=%p", vp(objHndl), vp(attrHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl || !attrHndl, "Invalid parameter detected: objHndl=%p, attrHndl=%p", vp(objHndl),
+                         vp(attrHndl));
     *attrHndl = zvSdpMediaObjGetAttribute(objHndl, nullptr);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaGetNextAttribute(CMedia *objHndl, CAttribute *attrHndl, CAttribute **nextAttrHndl)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl || !attrHndl || !nextAttrHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, attrHndl=%p, &nextAttrHndl=%p", vp(objHndl),
-                vp(attrHndl), vp(nextAttrHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl || !attrHndl || !nextAttrHndl,
+                         "Invalid parameter detected: objHndl=%p, attrHndl=%p, &nextAttrHndl=%p", vp(objHndl),
+                         vp(attrHndl), vp(nextAttrHndl));
     *nextAttrHndl = zvSdpMediaObjGetAttribute(objHndl, attrHndl);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaGetPayloadFromPayloadType(CMedia *mediaObj, uint32_t payloadType, CPayload **retval)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !retval) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, &retval=%p", vp(mediaObj), vp(retval));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !retval, "Invalid parameter detected: mediaObj=%p, &retval=%p", vp(mediaObj),
+                         vp(retval));
     *retval = nullptr;
     for (CPayload *p = zvSdpMediaObjGetPayload(mediaObj, nullptr); p; p = zvSdpMediaObjGetPayload(mediaObj, p)) {
         if (zvSdpPayloadObjGetPayloadType(p) == payloadType) {
@@ -265,11 +230,9 @@ ZVSDP_API uint32_t zvSdpMediaGetPayloadFromPayloadType(CMedia *mediaObj, uint32_
 
 ZVSDP_API uint32_t zvSdpMediaPayloadTypeExists(CMedia *mediaObj, uint32_t payloadType, uint32_t *retval)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !retval) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, &retval=%p", vp(mediaObj), vp(retval));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !retval, "Invalid parameter detected: mediaObj=%p, &retval=%p", vp(mediaObj),
+                         vp(retval));
     *retval = 0;
     for (CPayload *p = zvSdpMediaObjGetPayload(mediaObj, nullptr); p; p = zvSdpMediaObjGetPayload(mediaObj, p)) {
         if (zvSdpPayloadObjGetPayloadType(p) == payloadType) {
@@ -305,14 +268,11 @@ ZVSDP_API uint32_t zvSdpMediaAddPayloadFromPayloadType(CMedia *mediaObj, uint32_
 ZVSDP_API uint32_t zvSdpMediaAddDynamicPayloadBasedOnName(CMedia *mediaObj, const char *encodingName,
                                                           CPayload **ptHndl)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p ; &ptHndl=%p", vp(mediaObj), vp(ptHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj, "Invalid parameter detected: mediaObj=%p ; &ptHndl=%p", vp(mediaObj), vp(ptHndl));
     if (ptHndl)
         *ptHndl = nullptr;
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
+    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(mediaObj));
     if (!encodingName)
         return ZVSDP_RC_INVALID;
     // Static rows count too, and the first row of a name wins.
@@ -325,17 +285,15 @@ ZVSDP_API uint32_t zvSdpMediaAddDynamicPayloadBasedOnName(CMedia *mediaObj, cons
 ZVSDP_API uint32_t zvSdpMediaAddPayload(CMedia *mediaObj, uint32_t payloadType, const char *encodingName,
                                         uint32_t clockRate, uint32_t channels, const char *fmtp, CPayload **ptHndl)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !encodingName || !*encodingName) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, name=%p", vp(mediaObj), vp(encodingName));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !encodingName || !*encodingName,
+                         "Invalid parameter detected: mediaObj=%p, name=%p", vp(mediaObj), vp(encodingName));
     if (ptHndl)
         *ptHndl = nullptr;
     // The rights test, the construction, the append and the fmtp are one
     // operation on the media and its new payload.
     ClassLock mediaLock(g_mediaModule);
-    ZV_GUARD_WRITABLE(mediaObj->rights);
+    ZV_RETURN_IF_READ_ONLY(mediaObj->rights);
     ClassLock payloadLock(g_payloadModule);
     CPayload *payload = payloadConstructEx(payloadType, encodingName, clockRate, channels);
     if (!payload)
@@ -351,14 +309,9 @@ ZVSDP_API uint32_t zvSdpMediaAddPayload(CMedia *mediaObj, uint32_t payloadType, 
 ZVSDP_API uint32_t zvSdpMediaGetFirstSupportedPayload(CMedia *mediaObj, const char *const *names, uint32_t count,
                                                       CPayload **ptHndl)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGC(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!mediaObj || !names || count == 0 || !ptHndl) {
-        ZV_LOGE(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGC, kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
+    ZV_RETURN_IF(!mediaObj || !names || count == 0 || !ptHndl, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "%s\n",
+                 ZV_RC_TEXT(ZVSDP_RC_INVALID));
     *ptHndl = nullptr;
     // The media's order decides, not the order of the names.
     for (CPayload *p = zvSdpMediaObjGetPayload(mediaObj, nullptr); p; p = zvSdpMediaObjGetPayload(mediaObj, p)) {
@@ -375,14 +328,8 @@ ZVSDP_API uint32_t zvSdpMediaGetFirstSupportedPayload(CMedia *mediaObj, const ch
 
 ZVSDP_API uint32_t zvSdpMediaSortPayloads(CMedia *mediaObj, void *sortArg, ZvSdpPayloadCompareFn compare)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGC(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!mediaObj || !compare) {
-        ZV_LOGE(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGC, kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
+    ZV_RETURN_IF(!mediaObj || !compare, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
     // Sorting is no change of content: read-only media may be sorted, and
     // the sort's own result is not reported.
     (void)zvSdpMediaObjSortPayloads(mediaObj, sortArg, compare);
@@ -391,14 +338,8 @@ ZVSDP_API uint32_t zvSdpMediaSortPayloads(CMedia *mediaObj, void *sortArg, ZvSdp
 
 ZVSDP_API uint32_t zvSdpFindMedia(CSdp *sdpObj, ZvSdpMediaType mediaType, uint32_t supported, CMedia **mediaObj)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGC(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!sdpObj || !mediaObj) {
-        ZV_LOGE(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGC, kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
+    ZV_RETURN_IF(!sdpObj || !mediaObj, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
     *mediaObj = nullptr;
     CMedia *media = nullptr;
     uint32_t rc = zvSdpGetFirstMediaDescriptor(sdpObj, &media);

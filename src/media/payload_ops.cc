@@ -9,50 +9,39 @@ extern "C" {
 
 ZVSDP_API uint32_t zvSdpPayloadAddFmtp(CPayload *payloadHndl, const char *format_specifier)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!payloadHndl || !format_specifier || !*format_specifier) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: payloadHndl=%p, &format_specifier=%p", vp(payloadHndl),
-                vp(format_specifier));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!payloadHndl || !format_specifier || !*format_specifier,
+                         "Invalid parameter detected: payloadHndl=%p, &format_specifier=%p", vp(payloadHndl),
+                         vp(format_specifier));
     ClassLock lock(g_payloadModule);
-    ZV_GUARD_WRITABLE(payloadHndl->rights);
+    ZV_RETURN_IF_READ_ONLY(payloadHndl->rights);
     payloadSetFmtp(payloadHndl, format_specifier);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpPayloadResetFmtp(CPayload *payloadHndl)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!payloadHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!payloadHndl, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
+    ZV_RETURN_IF_READ_ONLY(zvSdpPayloadObjGetAccessRights(payloadHndl));
     zvSdpPayloadObjSetFmtp(payloadHndl, nullptr);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpPayloadSetPayloadType(CPayload *payloadHndl, uint32_t payloadType)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!payloadHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!payloadHndl, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
+    ZV_RETURN_IF_READ_ONLY(zvSdpPayloadObjGetAccessRights(payloadHndl));
     zvSdpPayloadObjSetPayloadType(payloadHndl, payloadType);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpPayloadSetRtpMap(CPayload *payloadHndl, uint32_t enable)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!payloadHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!payloadHndl, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
+    ZV_RETURN_IF_READ_ONLY(zvSdpPayloadObjGetAccessRights(payloadHndl));
     // A dynamic payload cannot be described without its rtpmap line.
     if (zvSdpPayloadObjGetPayloadType(payloadHndl) >= 96 && enable == 0)
         return ZVSDP_RC_INVALID;
@@ -62,23 +51,17 @@ ZVSDP_API uint32_t zvSdpPayloadSetRtpMap(CPayload *payloadHndl, uint32_t enable)
 
 ZVSDP_API uint32_t zvSdpPayloadSetPtime(CPayload *payloadHndl, uint32_t ptime)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!payloadHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!payloadHndl, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
+    ZV_RETURN_IF_READ_ONLY(zvSdpPayloadObjGetAccessRights(payloadHndl));
     zvSdpPayloadObjSetPtime(payloadHndl, ptime);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetPtime(CPayload *payloadHndl, uint32_t *ptime)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!payloadHndl || !ptime) {
-        ZV_LOGD(kModApi, "Invalid parameter detected : \n");
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!payloadHndl || !ptime, "Invalid parameter detected : \n");
     // Own value, then the table's default for the name, then 20 ms.
     *ptime = zvSdpPayloadObjGetPtime(payloadHndl);
     if (*ptime != 0)
@@ -90,34 +73,27 @@ ZVSDP_API uint32_t zvSdpPayloadGetPtime(CPayload *payloadHndl, uint32_t *ptime)
 
 ZVSDP_API uint32_t zvSdpPayloadGetClock(CPayload *objHndl, uint32_t *clock)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!objHndl || !clock) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &clock=%p", vp(objHndl), vp(clock));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !clock, "Invalid parameter detected: objHndl=%p, &clock=%p", vp(objHndl),
+                         vp(clock));
     *clock = zvSdpPayloadObjGetClock(objHndl);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetChannels(CPayload *objHndl, uint32_t *channels)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!objHndl || !channels) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &clock=%p", vp(objHndl), vp(channels));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !channels, "Invalid parameter detected: objHndl=%p, &clock=%p", vp(objHndl),
+                         vp(channels));
     *channels = zvSdpPayloadObjGetChannels(objHndl);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetFmtp(CPayload *objHndl, char *buf, uint32_t *buflen)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!objHndl || !buf || !buflen) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &buf=%p, &buflen=%p", vp(objHndl), vp(buf),
-                vp(buflen));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !buf || !buflen, "Invalid parameter detected: objHndl=%p, &buf=%p, &buflen=%p",
+                         vp(objHndl), vp(buf), vp(buflen));
     // With size 0 there is no byte of the caller's to clear.
     if (*buflen == 0)
         return ZVSDP_RC_OK;
@@ -131,7 +107,7 @@ ZVSDP_API uint32_t zvSdpPayloadGetFmtp(CPayload *objHndl, char *buf, uint32_t *b
 
 ZVSDP_API uint32_t zvSdpMediaGetInbandDtmf(CMedia *mediaObj, uint32_t *inbandDtmf)
 {
-    ZV_GUARD_INIT();
+    ZV_RETURN_IF_NOT_STARTED();
     if (!mediaObj)
         return ZVSDP_RC_INVALID;
     *inbandDtmf = zvSdpMediaObjGetInbandDtmf(mediaObj);
@@ -140,7 +116,7 @@ ZVSDP_API uint32_t zvSdpMediaGetInbandDtmf(CMedia *mediaObj, uint32_t *inbandDtm
 
 ZVSDP_API uint32_t zvSdpMediaSetInbandDtmf(CMedia *mediaObj, uint32_t inbandDtmf)
 {
-    ZV_GUARD_INIT();
+    ZV_RETURN_IF_NOT_STARTED();
     if (!mediaObj)
         return ZVSDP_RC_INVALID;
     // The flag is the caller's own note: it may be set on a read-only media.

@@ -26,11 +26,8 @@ extern "C" {
 
 ZVSDP_API uint32_t zvSdpMediaAddCdscCparAttributes(CMedia **hMedia, uint32_t addT38)
 {
-    ZV_GUARD_INIT();
-    if (!hMedia) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: hMedia = %p", vp(hMedia));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!hMedia, "Invalid parameter detected: hMedia = %p", vp(hMedia));
     CMedia *media = *hMedia;
     uint32_t rc = zvSdpMediaAddAttribute(media, "sqn", " 0", nullptr);
     if (rc != ZVSDP_RC_OK) {
@@ -112,11 +109,8 @@ ZVSDP_API uint32_t zvSdpMediaAddCdscCparAttributes(CMedia **hMedia, uint32_t add
 
 ZVSDP_API uint32_t zvSdpRemoveCdscCparAttributes(CSdp *sdp)
 {
-    ZV_GUARD_INIT();
-    if (!sdp) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: zvSdp = %p", vp(sdp));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!sdp, "Invalid parameter detected: zvSdp = %p", vp(sdp));
     CMedia *media = nullptr;
     uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &media);
     if (rc != ZVSDP_RC_OK) {

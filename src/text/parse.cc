@@ -295,12 +295,10 @@ extern "C" {
 
 ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHndl)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl || !sdpBuffer || !*sdpBuffer) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: &objHndl=%p ; &sdpBuffer=%p ; sdpBuffer length=%d bytes",
-                vp(objHndl), vp(sdpBuffer), sdpBuffer ? static_cast<int>(strlen(sdpBuffer)) : 0);
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl || !sdpBuffer || !*sdpBuffer,
+                         "Invalid parameter detected: &objHndl=%p ; &sdpBuffer=%p ; sdpBuffer length=%d bytes",
+                         vp(objHndl), vp(sdpBuffer), sdpBuffer ? static_cast<int>(strlen(sdpBuffer)) : 0);
     *objHndl = nullptr;
 
     char work[kTextLimit + 1];
@@ -312,10 +310,8 @@ ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHnd
     // failure paths below that leave it undestructed lose nothing.
     RvSdpMsg message;
     rvSdpMsgConstructParse(&message, work, &length, &status);
-    if (status == RVSDP_PARSE_NOT_SDP || length == 0) {
-        ZV_LOGC(kModApi, "rvSdpMsgConstructParse failed, invalid SDP message (parser error = %d)", status);
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(status == RVSDP_PARSE_NOT_SDP || length == 0, ZVSDP_RC_INVALID, ZV_LOGC, kModApi,
+                 "rvSdpMsgConstructParse failed, invalid SDP message (parser error = %d)", status);
 
     CSdp *session = zvSdpObjConstruct();
     if (!session) {
@@ -376,12 +372,9 @@ ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHnd
 
 ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, RvSdpMsg *rvSdp)
 {
-    ZV_GUARD_INIT();
-    if (!sdp || !rvSdp) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: zvSdp=%p, rvSdp=%p", vp(sdp), vp(rvSdp));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(sdp));
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!sdp || !rvSdp, "Invalid parameter detected: zvSdp=%p, rvSdp=%p", vp(sdp), vp(rvSdp));
+    ZV_RETURN_IF_READ_ONLY(zvSdpObjGetAccessRights(sdp));
     CMedia *old = nullptr;
     while (zvSdpGetFirstMediaDescriptor(sdp, &old) == ZVSDP_RC_OK && old)
         if (zvSdpRemoveMediaDescriptor(sdp, &old) != ZVSDP_RC_OK)
@@ -456,10 +449,8 @@ ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, RvSdpMsg *rvSdp)
         size_t count = rvSdpMediaDescrGetNumOfAttr(descr);
         for (size_t i = 0; i < count; ++i) {
             const RvSdpAttribute *attribute = static_cast<const RvSdpAttribute *>(rvSdpListGetByIndex(attributes, i));
-            if (!attribute) {
-                ZV_LOGD(kModApi, "rvSdpMediaDescrGetAttribute returned NULL\n");
-                return ZVSDP_RC_EXTERNAL;
-            }
+            ZV_RETURN_IF(!attribute, ZVSDP_RC_EXTERNAL, ZV_LOGD, kModApi,
+                         "rvSdpMediaDescrGetAttribute returned NULL\n");
             const char *name = orEmpty(rvSdpAttributeGetName(attribute));
             if (isPayloadLine(name))
                 continue;
