@@ -121,23 +121,15 @@ ZVSDP_API CAttribute *zvSdpAttrObjConstructCopy(CAttribute *source)
     return checked(a, __func__);
 }
 
-ZVSDP_API struct dynstr_s *zvSdpAttrObjGetName(CAttribute *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->name;
-}
+ZV_FIELD_GET(CAttribute, struct dynstr_s *, name, zvSdpAttrObjGetName)
+ZV_FIELD_GET(CAttribute, struct dynstr_s *, value, zvSdpAttrObjGetValue)
+ZV_DESTRUCT(CAttribute, zvSdpAttrObjDestruct)
 
 ZVSDP_API void zvSdpAttrObjSetName(CAttribute *objHndl, const char *name)
 {
     ClassLock lock(M);
     dynstr_release(objHndl->name);
     objHndl->name = dynstr_fromstr(M.dynstrPool, name);
-}
-
-ZVSDP_API struct dynstr_s *zvSdpAttrObjGetValue(CAttribute *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->value;
 }
 
 ZVSDP_API int32_t zvSdpAttrObjGetValueInt(CAttribute *objHndl)
@@ -174,14 +166,7 @@ ZVSDP_API uint32_t zvSdpAttrObjCompare(CAttribute *a, CAttribute *b)
     return dynstr_strcmp(a->name, b->name) == 0 && dynstr_strcmp(a->value, b->value) == 0 ? 1 : 0;
 }
 
-ZVSDP_API void zvSdpAttrObjDestruct(CAttribute *objHndl)
-{
-    if (!objHndl)
-        return;
-    ClassLock lock(M);
-    memm_free(objHndl);
-}
-
+// Attributes have no rights getter: the checked operations never ask.
 ZVSDP_API void zvSdpAttrObjSetAccessRights(CAttribute *objHndl, uint32_t rights)
 {
     ClassLock lock(M);

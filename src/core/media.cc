@@ -152,53 +152,16 @@ ZVSDP_API CMedia *zvSdpMediaObjConstructCopy(CMedia *source)
     return checked(m);
 }
 
-ZVSDP_API uint32_t zvSdpMediaObjGetPort(CMedia *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->port;
-}
-
-ZVSDP_API void zvSdpMediaObjSetPort(CMedia *objHndl, uint32_t port)
-{
-    ClassLock lock(M);
-    objHndl->port = port;
-}
-
-ZVSDP_API uint32_t zvSdpMediaObjIsSupported(CMedia *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->supported;
-}
-
-ZVSDP_API void zvSdpMediaObjSetSupported(CMedia *objHndl, uint32_t supported)
-{
-    ClassLock lock(M);
-    objHndl->supported = supported;
-}
-
-ZVSDP_API uint32_t zvSdpMediaObjGetTransport(CMedia *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->transport;
-}
-
-ZVSDP_API void zvSdpMediaObjSetTransport(CMedia *objHndl, uint32_t transport)
-{
-    ClassLock lock(M);
-    objHndl->transport = transport;
-}
-
-ZVSDP_API uint32_t zvSdpMediaObjGetMediaType(CMedia *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->mediaType;
-}
-
-ZVSDP_API void zvSdpMediaObjSetMediaType(CMedia *objHndl, uint32_t mediaType)
-{
-    ClassLock lock(M);
-    objHndl->mediaType = mediaType;
-}
+ZV_FIELD_GET_SET(CMedia, uint32_t, port, zvSdpMediaObjGetPort, zvSdpMediaObjSetPort)
+ZV_FIELD_GET_SET(CMedia, uint32_t, supported, zvSdpMediaObjIsSupported, zvSdpMediaObjSetSupported)
+ZV_FIELD_GET_SET(CMedia, uint32_t, transport, zvSdpMediaObjGetTransport, zvSdpMediaObjSetTransport)
+ZV_FIELD_GET_SET(CMedia, uint32_t, mediaType, zvSdpMediaObjGetMediaType, zvSdpMediaObjSetMediaType)
+ZV_FIELD_GET(CMedia, uint32_t, rights, zvSdpMediaObjGetAccessRights)
+ZV_LIST_OPERATIONS(CMedia, payloads, CPayload, zvSdpMediaObjAddPayload, zvSdpMediaObjGetPayload,
+                   zvSdpMediaObjHasPayload, zvSdpMediaObjRemovePayload, zvSdpPayloadObjDestruct)
+ZV_LIST_OPERATIONS(CMedia, attributes, CAttribute, zvSdpMediaObjAddAttribute, zvSdpMediaObjGetAttribute,
+                   zvSdpMediaObjHasAttribute, zvSdpMediaObjRemoveAttribute, zvSdpAttrObjDestruct)
+ZV_DESTRUCT(CMedia, zvSdpMediaObjDestruct)
 
 ZVSDP_API uint32_t zvSdpMediaObjGetInbandDtmf(CMedia *objHndl)
 {
@@ -212,66 +175,6 @@ ZVSDP_API void zvSdpMediaObjSetInbandDtmf(CMedia *objHndl, uint32_t inbandDtmf)
     // lock is then taken and given back with nothing between.
     __atomic_store_n(&objHndl->inbandDtmf, inbandDtmf, __ATOMIC_RELAXED);
     ClassLock lock(M);
-}
-
-ZVSDP_API void zvSdpMediaObjAddPayload(CMedia *objHndl, CPayload *payload)
-{
-    if (!payload)
-        return;
-    ClassLock lock(M);
-    mediaAddPayload(objHndl, payload);
-}
-
-ZVSDP_API CPayload *zvSdpMediaObjGetPayload(CMedia *objHndl, CPayload *previous)
-{
-    ClassLock lock(M);
-    return static_cast<CPayload *>(llist_getnext(objHndl->payloads, previous));
-}
-
-ZVSDP_API uint32_t zvSdpMediaObjHasPayload(CMedia *objHndl, CPayload *payload)
-{
-    ClassLock lock(M);
-    return llist_contains(objHndl->payloads, payload) ? 1 : 0;
-}
-
-ZVSDP_API void zvSdpMediaObjRemovePayload(CMedia *objHndl, CPayload *payload)
-{
-    if (!payload)
-        return;
-    ClassLock lock(M);
-    // Destroyed even when it was not in this list: the checked layer asks
-    // HasPayload first.
-    llist_removeobject(objHndl->payloads, payload);
-    zvSdpPayloadObjDestruct(payload);
-}
-
-ZVSDP_API void zvSdpMediaObjAddAttribute(CMedia *objHndl, CAttribute *attribute)
-{
-    if (!attribute)
-        return;
-    ClassLock lock(M);
-    mediaAddAttribute(objHndl, attribute);
-}
-
-ZVSDP_API CAttribute *zvSdpMediaObjGetAttribute(CMedia *objHndl, CAttribute *previous)
-{
-    ClassLock lock(M);
-    return static_cast<CAttribute *>(llist_getnext(objHndl->attributes, previous));
-}
-
-ZVSDP_API uint32_t zvSdpMediaObjHasAttribute(CMedia *objHndl, CAttribute *attribute)
-{
-    ClassLock lock(M);
-    return llist_contains(objHndl->attributes, attribute) ? 1 : 0;
-}
-
-ZVSDP_API void zvSdpMediaObjRemoveAttribute(CMedia *objHndl, CAttribute *attribute)
-{
-    if (!attribute)
-        return;
-    ClassLock lock(M);
-    llist_removeobject(objHndl->attributes, attribute);
-    zvSdpAttrObjDestruct(attribute);
 }
 
 // Takes no lock: the comparison is the caller's and may call back into the
@@ -380,14 +283,6 @@ ZVSDP_API uint32_t zvSdpMediaObjCompare(CMedia *a, CMedia *b)
     return payB ? 0 : 1;
 }
 
-ZVSDP_API void zvSdpMediaObjDestruct(CMedia *objHndl)
-{
-    if (!objHndl)
-        return;
-    ClassLock lock(M);
-    memm_free(objHndl);
-}
-
 ZVSDP_API void zvSdpMediaObjSetAccessRights(CMedia *objHndl, uint32_t rights)
 {
     ClassLock lock(M);
@@ -400,12 +295,6 @@ ZVSDP_API void zvSdpMediaObjSetAccessRights(CMedia *objHndl, uint32_t rights)
     ClassLock attributeLock(g_attrModule);
     for (void *a = llist_getnext(objHndl->attributes, nullptr); a; a = llist_getnext(objHndl->attributes, a))
         zvSdpAttrObjSetAccessRights(static_cast<CAttribute *>(a), rights);
-}
-
-ZVSDP_API uint32_t zvSdpMediaObjGetAccessRights(CMedia *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->rights;
 }
 
 }  // extern "C"

@@ -139,6 +139,61 @@ uint32_t mediaCount(CSdp *session);
 ZvSdpAmrType amrKindOf(const CPayload *payload);
 ZvSdpAmrType amrKind(CPayload *payload);
 
+// The plain object operations, each taking its class lock for its body: a
+// field's get and set, the destruct, and the add, next, has and remove
+// operations on an object list. They expand in a class's own file, whose
+// module is M. What does more than this is written out there.
+#define ZV_FIELD_GET(Class, Type, field, get)   \
+    ZVSDP_API Type get(Class *objHndl)          \
+    {                                           \
+        zv::ClassLock lock(M);                  \
+        return objHndl->field;                  \
+    }
+#define ZV_FIELD_GET_SET(Class, Type, field, get, set) \
+    ZV_FIELD_GET(Class, Type, field, get)              \
+    ZVSDP_API void set(Class *objHndl, Type value)     \
+    {                                                  \
+        zv::ClassLock lock(M);                         \
+        objHndl->field = value;                        \
+    }
+// NULL is ignored; the record's release hook frees what it owns.
+#define ZV_DESTRUCT(Class, destruct)           \
+    ZVSDP_API void destruct(Class *objHndl)    \
+    {                                          \
+        if (!objHndl)                          \
+            return;                            \
+        zv::ClassLock lock(M);                 \
+        memm_free(objHndl);                    \
+    }
+// Remove destroys the object whether or not the list held it: the checked
+// layer asks has first.
+#define ZV_LIST_OPERATIONS(Class, list, Item, add, next, has, remove, destructItem) \
+    ZVSDP_API void add(Class *objHndl, Item *item)                                   \
+    {                                                                                \
+        if (!item)                                                                   \
+            return;                                                                  \
+        zv::ClassLock lock(M);                                                       \
+        llist_addobject(&objHndl->list, item, M.listPool);                           \
+    }                                                                                \
+    ZVSDP_API Item *next(Class *objHndl, Item *previous)                             \
+    {                                                                                \
+        zv::ClassLock lock(M);                                                       \
+        return static_cast<Item *>(llist_getnext(objHndl->list, previous));          \
+    }                                                                                \
+    ZVSDP_API uint32_t has(Class *objHndl, Item *item)                               \
+    {                                                                                \
+        zv::ClassLock lock(M);                                                       \
+        return llist_contains(objHndl->list, item) ? 1 : 0;                          \
+    }                                                                                \
+    ZVSDP_API void remove(Class *objHndl, Item *item)                                \
+    {                                                                                \
+        if (!item)                                                                   \
+            return;                                                                  \
+        zv::ClassLock lock(M);                                                       \
+        llist_removeobject(objHndl->list, item);                                     \
+        destructItem(item);                                                          \
+    }
+
 extern ClassModule g_sdpModule;
 extern ClassModule g_mediaModule;
 extern ClassModule g_payloadModule;

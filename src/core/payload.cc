@@ -102,50 +102,15 @@ ZVSDP_API CPayload *zvSdpPayloadObjConstructCopy(CPayload *source)
     return payloadConstructCopy(source);
 }
 
-ZVSDP_API void zvSdpPayloadObjDestruct(CPayload *objHndl)
-{
-    if (!objHndl)
-        return;
-    ClassLock lock(M);
-    memm_free(objHndl);
-}
+ZV_DESTRUCT(CPayload, zvSdpPayloadObjDestruct)
+ZV_FIELD_GET_SET(CPayload, uint32_t, payloadType, zvSdpPayloadObjGetPayloadType, zvSdpPayloadObjSetPayloadType)
+ZV_FIELD_GET_SET(CPayload, uint32_t, clockRate, zvSdpPayloadObjGetClock, zvSdpPayloadObjSetClock)
+ZV_FIELD_GET_SET(CPayload, uint32_t, channels, zvSdpPayloadObjGetChannels, zvSdpPayloadObjSetChannels)
+ZV_FIELD_GET_SET(CPayload, uint32_t, rights, zvSdpPayloadObjGetAccessRights, zvSdpPayloadObjSetAccessRights)
+ZV_FIELD_GET(CPayload, struct dynstr_s *, name, zvSdpPayloadObjGetName)
+ZV_FIELD_GET(CPayload, struct dynstr_s *, fmtp, zvSdpPayloadObjGetFmtp)
 
-ZVSDP_API uint32_t zvSdpPayloadObjGetPayloadType(CPayload *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->payloadType;
-}
-
-ZVSDP_API void zvSdpPayloadObjSetPayloadType(CPayload *objHndl, uint32_t payloadType)
-{
-    ClassLock lock(M);
-    objHndl->payloadType = payloadType;
-}
-
-ZVSDP_API uint32_t zvSdpPayloadObjGetClock(CPayload *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->clockRate;
-}
-
-ZVSDP_API void zvSdpPayloadObjSetClock(CPayload *objHndl, uint32_t clockRate)
-{
-    ClassLock lock(M);
-    objHndl->clockRate = clockRate;
-}
-
-ZVSDP_API uint32_t zvSdpPayloadObjGetChannels(CPayload *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->channels;
-}
-
-ZVSDP_API void zvSdpPayloadObjSetChannels(CPayload *objHndl, uint32_t channels)
-{
-    ClassLock lock(M);
-    objHndl->channels = channels;
-}
-
+// NULL reads as 0 here, unlike every other payload operation.
 ZVSDP_API uint32_t zvSdpPayloadObjGetPtime(CPayload *objHndl)
 {
     if (!objHndl)
@@ -158,18 +123,6 @@ ZVSDP_API void zvSdpPayloadObjSetPtime(CPayload *objHndl, uint32_t ptime)
 {
     ClassLock lock(M);
     objHndl->ptime = ptime;
-}
-
-ZVSDP_API struct dynstr_s *zvSdpPayloadObjGetName(CPayload *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->name;
-}
-
-ZVSDP_API struct dynstr_s *zvSdpPayloadObjGetFmtp(CPayload *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->fmtp;
 }
 
 ZVSDP_API void zvSdpPayloadObjSetFmtp(CPayload *objHndl, const char *fmtp)
@@ -236,17 +189,6 @@ ZVSDP_API uint32_t zvSdpPayloadObjCompare(CPayload *a, CPayload *b)
     return equal ? 0 : 1;
 }
 
-ZVSDP_API void zvSdpPayloadObjSetAccessRights(CPayload *objHndl, uint32_t rights)
-{
-    ClassLock lock(M);
-    objHndl->rights = rights;
-}
-
-ZVSDP_API uint32_t zvSdpPayloadObjGetAccessRights(CPayload *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->rights;
-}
 
 }  // extern "C"
 

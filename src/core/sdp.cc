@@ -125,34 +125,10 @@ ZVSDP_API void zvSdpObjDeepCopy(CSdp *destination, CSdp *source)
     appendCopies(destination, source);
 }
 
-ZVSDP_API void zvSdpObjAddMedia(CSdp *objHndl, CMedia *media)
-{
-    if (!media)
-        return;
-    ClassLock lock(M);
-    llist_addobject(&objHndl->media, media, M.listPool);
-}
-
-ZVSDP_API CMedia *zvSdpObjGetMedia(CSdp *objHndl, CMedia *previous)
-{
-    ClassLock lock(M);
-    return static_cast<CMedia *>(llist_getnext(objHndl->media, previous));
-}
-
-ZVSDP_API uint32_t zvSdpObjHasMedia(CSdp *objHndl, CMedia *media)
-{
-    ClassLock lock(M);
-    return llist_contains(objHndl->media, media) ? 1 : 0;
-}
-
-ZVSDP_API void zvSdpObjRemoveMedia(CSdp *objHndl, CMedia *media)
-{
-    if (!media)
-        return;
-    ClassLock lock(M);
-    llist_removeobject(objHndl->media, media);
-    zvSdpMediaObjDestruct(media);
-}
+ZV_LIST_OPERATIONS(CSdp, media, CMedia, zvSdpObjAddMedia, zvSdpObjGetMedia, zvSdpObjHasMedia, zvSdpObjRemoveMedia,
+                   zvSdpMediaObjDestruct)
+ZV_DESTRUCT(CSdp, zvSdpObjDestruct)
+ZV_FIELD_GET(CSdp, uint32_t, rights, zvSdpObjGetAccessRights)
 
 ZVSDP_API char *zvSdpObjToString(CSdp *objHndl, char *buffer, uint32_t *length)
 {
@@ -182,26 +158,12 @@ ZVSDP_API char *zvSdpObjToString(CSdp *objHndl, char *buffer, uint32_t *length)
     return buffer;
 }
 
-ZVSDP_API void zvSdpObjDestruct(CSdp *objHndl)
-{
-    if (!objHndl)
-        return;
-    ClassLock lock(M);
-    memm_free(objHndl);
-}
-
 ZVSDP_API void zvSdpObjSetAccessRights(CSdp *objHndl, uint32_t rights)
 {
     ClassLock lock(M);
     objHndl->rights = rights;
     for (void *m = llist_getnext(objHndl->media, nullptr); m; m = llist_getnext(objHndl->media, m))
         zvSdpMediaObjSetAccessRights(static_cast<CMedia *>(m), rights);
-}
-
-ZVSDP_API uint32_t zvSdpObjGetAccessRights(CSdp *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->rights;
 }
 
 }  // extern "C"
