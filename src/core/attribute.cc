@@ -44,11 +44,16 @@ CAttribute *checked(CAttribute *a, const char *function)
     return nullptr;
 }
 
-uint32_t failStart(const char *function)
+void startFailed(StartStep step, uint32_t count)
 {
+    const char *const function = "zvSdpAttrObjApiInit";
+    if (step == StartStep::kLock)
+        ZV_LOGC_AS(M.log, function, "Failed to create data mutex!");
+    else if (step == StartStep::kStringPool)
+        ZV_LOGC_AS(M.log, function, "Failed to fetch Global Dynstring pool!");
+    else
+        ZV_LOGC_AS(M.log, function, "Failed to initialise data storage pool for %d objects!", static_cast<int>(count));
     ZV_LOGC_AS(M.log, function, "API initialisation failed, bailing out ...");
-    M.cleanUp();
-    return 0;
 }
 
 }  // namespace
@@ -61,23 +66,7 @@ ZVSDP_API uint32_t zvSdpAttrObjApiInit(uint32_t count)
         ZV_LOGD(M.log, "API already initialised, ignore initialisation request.");
         return 1;
     }
-    if (!createRecursiveLock(M)) {
-        ZV_LOGC(M.log, "Failed to create data mutex!");
-        return failStart(__func__);
-    }
-    if (zvPbxCommonGetGlobalDynstrPool(&M.dynstrPool) != 0) {
-        ZV_LOGC(M.log, "Failed to fetch Global Dynstring pool!");
-        return failStart(__func__);
-    }
-    if (M.pool == MEMM_POOL_NONE)
-        M.pool = memm_initpool3("zvsdpattrobj", count, sizeof(CAttribute), 0, releaseAttribute);
-    if (M.pool == MEMM_POOL_NONE) {
-        ZV_LOGC(M.log, "Failed to initialise data storage pool for %d objects!", static_cast<int>(count));
-        return failStart(__func__);
-    }
-    memm_disallow_expansion(M.pool);
-    M.initialised = 1;
-    return 1;
+    return M.start(count, {"zvsdpattrobj", sizeof(CAttribute), releaseAttribute, ClassStart::kNoListPool, startFailed});
 }
 
 ZVSDP_API void zvSdpAttrObjApiDestroy(void)

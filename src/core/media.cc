@@ -55,39 +55,20 @@ constexpr uint32_t kAttrLine = 128;
 // Payloads of one media that the printer keeps at hand between its passes.
 constexpr uint32_t kPrintedPayloads = 32;
 
+void startFailed(StartStep step, uint32_t)
+{
+    static const char *const texts[] = {"Failed to create data protection mutex!", "Failed to get global dynstring pool!",
+                                        "Failed to get global linked list pool!", "Failed to initialise the data pool!"};
+    ZV_LOGC_AS(M.log, "zvSdpMediaObjApiInit", "%s", texts[static_cast<int>(step)]);
+}
+
 }  // namespace
 
 extern "C" {
 
 ZVSDP_API uint32_t zvSdpMediaObjApiInit(uint32_t count)
 {
-    if (M.initialised == 1)
-        return 1;
-    if (!createRecursiveLock(M)) {
-        ZV_LOGC(M.log, "Failed to create data protection mutex!");
-        M.cleanUp();
-        return 0;
-    }
-    if (zvPbxCommonGetGlobalDynstrPool(&M.dynstrPool) != 0) {
-        ZV_LOGC(M.log, "Failed to get global dynstring pool!");
-        M.cleanUp();
-        return 0;
-    }
-    if (zvPbxCommonGetGlobalLinkedListPool(&M.listPool) != 0) {
-        ZV_LOGC(M.log, "Failed to get global linked list pool!");
-        M.cleanUp();
-        return 0;
-    }
-    if (M.pool == MEMM_POOL_NONE)
-        M.pool = memm_initpool3("zvsdpmediaobj", count, sizeof(CMedia), 0, releaseMedia);
-    if (M.pool == MEMM_POOL_NONE) {
-        ZV_LOGC(M.log, "Failed to initialise the data pool!");
-        M.cleanUp();
-        return 0;
-    }
-    memm_disallow_expansion(M.pool);
-    M.initialised = 1;
-    return 1;
+    return M.start(count, {"zvsdpmediaobj", sizeof(CMedia), releaseMedia, ClassStart::kListPoolFirst, startFailed});
 }
 
 ZVSDP_API void zvSdpMediaObjApiDestroy(void)

@@ -48,6 +48,23 @@ struct CAttribute {
 
 namespace zv {
 
+// The steps of a class module's start, for the messages of failed ones.
+enum class StartStep { kLock, kStringPool, kListPool, kObjectPool };
+
+// How a class module starts. The steps run in one order for every class:
+// the class's own recursive lock (not CSdp's, which is static), the string
+// pool, then the object pool; CMedia fetches the list pool before its object
+// pool and CSdp after it, and the others need none. `failed` logs what the
+// class says about a failed step (the start cleans up after it).
+struct ClassStart {
+    enum ListPool { kNoListPool, kListPoolFirst, kListPoolLast };
+    const char *poolName;
+    uint32_t recordSize;
+    memm_release_hook hook;
+    ListPool listPool;
+    void (*failed)(StartStep step, uint32_t count);
+};
+
 // State of one class module. Everything is zero at load except the handles.
 struct ClassModule {
     Module log;
@@ -75,14 +92,15 @@ struct ClassModule {
     // Logs a failed lock or unlock with the system's text, where the class
     // reports them; the operation goes on regardless.
     void lockFailed(bool unlocking, int rc) __attribute__((noinline, cold));
+    // The start of every class: 1 when started (or already), 0 after a
+    // failed step, with the module cleaned up.
+    uint32_t start(uint32_t count, const ClassStart &how);
     // Frees every live object of the pool, so each release hook runs.
     void freeAll();
     // Class clean-up: flag, objects, string-pool handle, then the lock.
     void cleanUp();
 };
 
-// Makes the class's recursive lock; false on failure.
-bool createRecursiveLock(ClassModule &m);
 
 // Instance checks run on records the pool manager has just handed out, whose
 // strings the string library has just made. By those libraries' contracts

@@ -45,32 +45,20 @@ int32_t vadAnswer(const char *fmtp)
     return strstr(fmtp, "no") ? 0 : 1;
 }
 
+// Only a failed lock is reported; the pools fail without a word.
+void startFailed(StartStep step, uint32_t)
+{
+    if (step == StartStep::kLock)
+        ZV_LOGE_AS(M.log, "zvSdpPayloadObjApiInit", "Mutex creation failed\n");
+}
+
 }  // namespace
 
 extern "C" {
 
 ZVSDP_API uint32_t zvSdpPayloadObjApiInit(uint32_t count)
 {
-    if (M.initialised == 1)
-        return 1;
-    if (!createRecursiveLock(M)) {
-        ZV_LOGE(M.log, "Mutex creation failed\n");
-        M.cleanUp();
-        return 0;
-    }
-    if (zvPbxCommonGetGlobalDynstrPool(&M.dynstrPool) != 0) {
-        M.cleanUp();
-        return 0;
-    }
-    if (M.pool == MEMM_POOL_NONE)
-        M.pool = memm_initpool3("zvsdppayloadobj", count, sizeof(CPayload), 0, releasePayload);
-    if (M.pool == MEMM_POOL_NONE) {
-        M.cleanUp();
-        return 0;
-    }
-    memm_disallow_expansion(M.pool);
-    M.initialised = 1;
-    return 1;
+    return M.start(count, {"zvsdppayloadobj", sizeof(CPayload), releasePayload, ClassStart::kNoListPool, startFailed});
 }
 
 ZVSDP_API void zvSdpPayloadObjApiDestroy(void)

@@ -48,33 +48,21 @@ void appendCopies(CSdp *to, CSdp *from)
     }
 }
 
+void startFailed(StartStep step, uint32_t)
+{
+    if (step == StartStep::kObjectPool)
+        ZV_LOGC_AS(M.log, "zvSdpObjApiInit", "Failed to initialise the data pool!");
+    else if (step == StartStep::kListPool)
+        ZV_LOGC_AS(M.log, "zvSdpObjApiInit", "Failed to get global linked list pool!");
+}
+
 }  // namespace
 
 extern "C" {
 
 ZVSDP_API uint32_t zvSdpObjApiInit(uint32_t count)
 {
-    if (M.initialised == 1)
-        return 1;
-    if (zvPbxCommonGetGlobalDynstrPool(&M.dynstrPool) != 0) {
-        M.cleanUp();
-        return 0;
-    }
-    if (M.pool == MEMM_POOL_NONE)
-        M.pool = memm_initpool3("zvsdpsdpobj", count, sizeof(CSdp), 0, releaseSdp);
-    if (M.pool == MEMM_POOL_NONE) {
-        ZV_LOGC(M.log, "Failed to initialise the data pool!");
-        M.cleanUp();
-        return 0;
-    }
-    if (zvPbxCommonGetGlobalLinkedListPool(&M.listPool) != 0) {
-        ZV_LOGC(M.log, "Failed to get global linked list pool!");
-        M.cleanUp();
-        return 0;
-    }
-    memm_disallow_expansion(M.pool);
-    M.initialised = 1;
-    return 1;
+    return M.start(count, {"zvsdpsdpobj", sizeof(CSdp), releaseSdp, ClassStart::kListPoolLast, startFailed});
 }
 
 ZVSDP_API void zvSdpObjApiDestroy(void)
