@@ -22,11 +22,7 @@ ClassModule &M = g_attrModule;
 
 int releaseAttribute(void *record, memm_release_fn release)
 {
-    CAttribute *a = static_cast<CAttribute *>(record);
-    release(a->name);
-    release(a->value);
-    memset(a, 0, sizeof *a);
-    return 0;
+    return releaseOwned<CAttribute>(record, release, &CAttribute::name, &CAttribute::value);
 }
 
 bool instanceCheck(const CAttribute *a)

@@ -17,11 +17,7 @@ ClassModule &M = g_mediaModule;
 
 int releaseMedia(void *record, memm_release_fn release)
 {
-    CMedia *m = static_cast<CMedia *>(record);
-    release(m->payloads);
-    release(m->attributes);
-    memset(m, 0, sizeof *m);
-    return 0;
+    return releaseOwned<CMedia>(record, release, &CMedia::payloads, &CMedia::attributes);
 }
 
 bool instanceCheck(const CMedia *m)
@@ -30,13 +26,6 @@ bool instanceCheck(const CMedia *m)
            m->mediaType <= ZVSDP_MT_CONTROL && m->supported <= 1;
 }
 
-CMedia *checked(CMedia *m)
-{
-    if (instanceCheck(m))
-        return m;
-    memm_free(m);
-    return nullptr;
-}
 
 const char *mediaTypeWord(uint32_t type)
 {
@@ -57,8 +46,9 @@ constexpr uint32_t kPrintedPayloads = 32;
 
 void startFailed(StartStep step, uint32_t)
 {
-    static const char *const texts[] = {"Failed to create data protection mutex!", "Failed to get global dynstring pool!",
-                                        "Failed to get global linked list pool!", "Failed to initialise the data pool!"};
+    static const char *const texts[] = {
+        "Failed to create data protection mutex!", "Failed to get global dynstring pool!",
+        "Failed to get global linked list pool!", "Failed to initialise the data pool!"};
     ZV_LOGC_AS(M.log, "zvSdpMediaObjApiInit", "%s", texts[static_cast<int>(step)]);
 }
 
@@ -66,21 +56,8 @@ void startFailed(StartStep step, uint32_t)
 
 extern "C" {
 
-ZVSDP_API uint32_t zvSdpMediaObjApiInit(uint32_t count)
-{
-    return M.start(count, {"zvsdpmediaobj", sizeof(CMedia), releaseMedia, ClassStart::kListPoolFirst, startFailed});
-}
-
-ZVSDP_API void zvSdpMediaObjApiDestroy(void)
-{
-    if (M.initialised == 1)
-        M.cleanUp();
-}
-
-ZVSDP_API void zvSdpMediaObjApiSetTraceLevel(uint32_t level)
-{
-    g_traceLevel[M.log] = level;
-}
+ZV_MODULE_OPERATIONS(zvSdpMediaObjApiInit, zvSdpMediaObjApiDestroy, zvSdpMediaObjApiSetTraceLevel,
+                     {"zvsdpmediaobj", sizeof(CMedia), releaseMedia, ClassStart::kListPoolFirst, startFailed})
 
 ZVSDP_API CMedia *zvSdpMediaObjConstruct(uint32_t transport, uint32_t mediaType)
 {
@@ -96,7 +73,7 @@ ZVSDP_API CMedia *zvSdpMediaObjConstruct(uint32_t transport, uint32_t mediaType)
     m->supported = 1;
     m->port = 0;
     m->inbandDtmf = 0;
-    return checked(m);
+    return keptIfSound(m, instanceCheck(m));
 }
 
 ZVSDP_API CMedia *zvSdpMediaObjConstructCopy(CMedia *source)
@@ -130,7 +107,7 @@ ZVSDP_API CMedia *zvSdpMediaObjConstructCopy(CMedia *source)
                 zvSdpAttrObjDestruct(copy);
         }
     }
-    return checked(m);
+    return keptIfSound(m, instanceCheck(m));
 }
 
 ZV_FIELD_GET_SET(CMedia, uint32_t, port, zvSdpMediaObjGetPort, zvSdpMediaObjSetPort)

@@ -157,6 +157,44 @@ uint32_t mediaCount(CSdp *session);
 ZvSdpAmrType amrKindOf(const CPayload *payload);
 ZvSdpAmrType amrKind(CPayload *payload);
 
+// The release hook of a class: hands each owned handle, in the order given,
+// to the pool manager's release function, then clears the record.
+template <class T, class... Owned>
+int releaseOwned(void *record, memm_release_fn release, Owned T::*...owned)
+{
+    T *object = static_cast<T *>(record);
+    (release(object->*owned), ...);
+    memset(object, 0, sizeof *object);
+    return 0;
+}
+
+// A freshly built record kept when sound, else given back (NULL).
+template <class T>
+T *keptIfSound(T *object, bool sound)
+{
+    if (sound)
+        return object;
+    memm_free(object);
+    return nullptr;
+}
+
+// A class module's start, stop and trace-level operations, for the classes
+// that say nothing beyond their start's failures. `...` is its ClassStart.
+#define ZV_MODULE_OPERATIONS(init, destroy, setTraceLevel, ...) \
+    ZVSDP_API uint32_t init(uint32_t count)                     \
+    {                                                           \
+        return M.start(count, __VA_ARGS__);                     \
+    }                                                           \
+    ZVSDP_API void destroy(void)                                \
+    {                                                           \
+        if (M.initialised == 1)                                 \
+            M.cleanUp();                                        \
+    }                                                           \
+    ZVSDP_API void setTraceLevel(uint32_t level)                \
+    {                                                           \
+        zv::g_traceLevel[M.log] = level;                        \
+    }
+
 // The plain object operations, each taking its class lock for its body: a
 // field's get and set, the destruct, and the add, next, has and remove
 // operations on an object list. They expand in a class's own file, whose

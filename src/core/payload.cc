@@ -18,11 +18,7 @@ ClassModule &M = g_payloadModule;
 
 int releasePayload(void *record, memm_release_fn release)
 {
-    CPayload *p = static_cast<CPayload *>(record);
-    release(p->name);
-    release(p->fmtp);
-    memset(p, 0, sizeof *p);
-    return 0;
+    return releaseOwned<CPayload>(record, release, &CPayload::name, &CPayload::fmtp);
 }
 
 bool instanceCheck(const CPayload *p)
@@ -30,14 +26,6 @@ bool instanceCheck(const CPayload *p)
     return p && isSoundName(p->name);
 }
 
-// Frees a record that failed its check; the caller holds the lock.
-CPayload *checked(CPayload *p)
-{
-    if (instanceCheck(p))
-        return p;
-    memm_free(p);
-    return nullptr;
-}
 
 // The "no" test of CheckVad: whole text, deliberately not the key's value.
 int32_t vadAnswer(const char *fmtp)
@@ -56,21 +44,8 @@ void startFailed(StartStep step, uint32_t)
 
 extern "C" {
 
-ZVSDP_API uint32_t zvSdpPayloadObjApiInit(uint32_t count)
-{
-    return M.start(count, {"zvsdppayloadobj", sizeof(CPayload), releasePayload, ClassStart::kNoListPool, startFailed});
-}
-
-ZVSDP_API void zvSdpPayloadObjApiDestroy(void)
-{
-    if (M.initialised == 1)
-        M.cleanUp();
-}
-
-ZVSDP_API void zvSdpPayloadObjApiSetTraceLevel(uint32_t level)
-{
-    g_traceLevel[M.log] = level;
-}
+ZV_MODULE_OPERATIONS(zvSdpPayloadObjApiInit, zvSdpPayloadObjApiDestroy, zvSdpPayloadObjApiSetTraceLevel,
+                     {"zvsdppayloadobj", sizeof(CPayload), releasePayload, ClassStart::kNoListPool, startFailed})
 
 ZVSDP_API CPayload *zvSdpPayloadObjConstructEx(uint32_t payloadType, const char *name, uint32_t clockRate,
                                                uint32_t channels)
@@ -195,7 +170,7 @@ CPayload *payloadConstructEx(uint32_t payloadType, const char *name, uint32_t cl
     p->fmtp = nullptr;
     p->rtpmapEnabled = payloadType >= 96 ? 1 : 0;
     p->ptime = 0;
-    return checked(p);
+    return keptIfSound(p, instanceCheck(p));
 }
 
 CPayload *payloadConstructCopy(const CPayload *source)
@@ -211,7 +186,7 @@ CPayload *payloadConstructCopy(const CPayload *source)
     p->rtpmapEnabled = source->rtpmapEnabled;
     p->ptime = source->ptime;
     p->fmtp = source->fmtp ? dynstr_dup(M.dynstrPool, source->fmtp) : nullptr;
-    return checked(p);
+    return keptIfSound(p, instanceCheck(p));
 }
 
 void payloadSetFmtp(CPayload *payload, const char *fmtp)

@@ -18,10 +18,7 @@ ClassModule &M = g_sdpModule;
 
 int releaseSdp(void *record, memm_release_fn release)
 {
-    CSdp *s = static_cast<CSdp *>(record);
-    release(s->media);
-    memset(s, 0, sizeof *s);
-    return 0;
+    return releaseOwned<CSdp>(record, release, &CSdp::media);
 }
 
 bool instanceCheck(const CSdp *s)
@@ -29,13 +26,6 @@ bool instanceCheck(const CSdp *s)
     return s != nullptr;
 }
 
-CSdp *checked(CSdp *s)
-{
-    if (instanceCheck(s))
-        return s;
-    memm_free(s);
-    return nullptr;
-}
 
 // Appends copies of every media of `from`; the caller holds the lock.
 void appendCopies(CSdp *to, CSdp *from)
@@ -60,21 +50,8 @@ void startFailed(StartStep step, uint32_t)
 
 extern "C" {
 
-ZVSDP_API uint32_t zvSdpObjApiInit(uint32_t count)
-{
-    return M.start(count, {"zvsdpsdpobj", sizeof(CSdp), releaseSdp, ClassStart::kListPoolLast, startFailed});
-}
-
-ZVSDP_API void zvSdpObjApiDestroy(void)
-{
-    if (M.initialised == 1)
-        M.cleanUp();
-}
-
-ZVSDP_API void zvSdpObjApiSetTraceLevel(uint32_t level)
-{
-    g_traceLevel[M.log] = level;
-}
+ZV_MODULE_OPERATIONS(zvSdpObjApiInit, zvSdpObjApiDestroy, zvSdpObjApiSetTraceLevel,
+                     {"zvsdpsdpobj", sizeof(CSdp), releaseSdp, ClassStart::kListPoolLast, startFailed})
 
 ZVSDP_API CSdp *zvSdpObjConstruct(void)
 {
@@ -84,7 +61,7 @@ ZVSDP_API CSdp *zvSdpObjConstruct(void)
         return nullptr;
     s->rights = ZVSDP_READ_WRITE;
     s->media = nullptr;
-    return checked(s);
+    return keptIfSound(s, instanceCheck(s));
 }
 
 ZVSDP_API CSdp *zvSdpObjConstructCopy(CSdp *source)
@@ -98,7 +75,7 @@ ZVSDP_API CSdp *zvSdpObjConstructCopy(CSdp *source)
     // A session copy keeps the source's rights; its media copies are read-write.
     s->rights = source->rights;
     appendCopies(s, source);
-    return checked(s);
+    return keptIfSound(s, instanceCheck(s));
 }
 
 ZVSDP_API void zvSdpObjDeepCopy(CSdp *destination, CSdp *source)

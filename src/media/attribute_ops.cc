@@ -176,7 +176,8 @@ ZVSDP_API uint32_t zvSdpMediaGetPtime(CMedia *mediaHndl, CPayload *payloadHndl, 
     *ptime = 0;
     // The media's first ptime attribute decides; then the table's default
     // for the payload's name; there is no fixed fallback here.
-    for (CAttribute *a = zvSdpMediaObjGetAttribute(mediaHndl, nullptr); a; a = zvSdpMediaObjGetAttribute(mediaHndl, a)) {
+    for (CAttribute *a = zvSdpMediaObjGetAttribute(mediaHndl, nullptr); a;
+         a = zvSdpMediaObjGetAttribute(mediaHndl, a)) {
         uint32_t isPtime = 0;
         uint32_t rc = zvSdpAttrIsPtime(a, &isPtime);
         if (rc != ZVSDP_RC_OK) {
