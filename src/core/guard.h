@@ -49,3 +49,53 @@ inline void *vp(const void *p)
 
 // The text of a result code, for the messages that report one.
 #define ZV_RC_TEXT(code) zvPbxGetErrorString(code)
+
+// The checked operations that only read a value, step a walk or remove an
+// item, each written once. `startGuard` is one of the started checks above;
+// the invalid-argument text prints the arguments in their order.
+
+// *out = read(object), cast to Out.
+#define ZV_CHECKED_GET(name, Class, Out, read, startGuard, invalidText)                   \
+    ZVSDP_API uint32_t name(Class *object, Out *out)                                      \
+    {                                                                                     \
+        startGuard();                                                                     \
+        ZV_RETURN_INVALID_IF(!object || !out, invalidText, zv::vp(object), zv::vp(out));  \
+        *out = static_cast<Out>(read(object));                                            \
+        return ZVSDP_RC_OK;                                                               \
+    }
+
+// The first item of a container's list, and the one after a given item;
+// read(container, previous) is the object operation that steps the list.
+#define ZV_CHECKED_WALK(first, next, Container, Item, read, startGuard, firstText, nextText)      \
+    ZVSDP_API uint32_t first(Container *container, Item **out)                                    \
+    {                                                                                             \
+        startGuard();                                                                             \
+        ZV_RETURN_INVALID_IF(!container || !out, firstText, zv::vp(container), zv::vp(out));      \
+        *out = read(container, nullptr);                                                          \
+        return ZVSDP_RC_OK;                                                                       \
+    }                                                                                             \
+    ZVSDP_API uint32_t next(Container *container, Item *item, Item **out)                         \
+    {                                                                                             \
+        startGuard();                                                                             \
+        ZV_RETURN_INVALID_IF(!container || !item || !out, nextText, zv::vp(container), zv::vp(item), \
+                             zv::vp(out));                                                        \
+        *out = read(container, item);                                                             \
+        return ZVSDP_RC_OK;                                                                       \
+    }
+
+// Removes (and destroys) an item of a container that holds it: 3 when the
+// container is read-only, 5 when the item is not in its list. The caller's
+// handle is cleared.
+#define ZV_CHECKED_REMOVE(name, Container, Item, rights, has, remove, startGuard, invalidText)     \
+    ZVSDP_API uint32_t name(Container *container, Item **item)                                    \
+    {                                                                                             \
+        startGuard();                                                                             \
+        ZV_RETURN_INVALID_IF(!container || !item || !*item, invalidText, zv::vp(container), zv::vp(item), \
+                             zv::vp(item ? *item : nullptr));                                     \
+        ZV_RETURN_IF_READ_ONLY(rights(container));                                                \
+        if (!has(container, *item))                                                               \
+            return ZVSDP_RC_INVALID;                                                              \
+        remove(container, *item);                                                                 \
+        *item = nullptr;                                                                          \
+        return ZVSDP_RC_OK;                                                                       \
+    }

@@ -58,41 +58,19 @@ uint32_t addAttributeFromText(CMedia *media, const char *name, dynstr_t text, CA
 
 extern "C" {
 
-ZVSDP_API uint32_t zvSdpAttrIsSilenceSupp(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "silenceSupp", false, __func__);
-}
-
-// The two packet-time tests report a bad argument as critical.
-ZVSDP_API uint32_t zvSdpAttrIsPtime(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "ptime", true, __func__);
-}
-
-ZVSDP_API uint32_t zvSdpAttrIsMaxPtime(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "maxptime", true, __func__);
-}
-
-ZVSDP_API uint32_t zvSdpAttrIsFmtp(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "fmtp", false, __func__);
-}
-
-ZVSDP_API uint32_t zvSdpAttrIsCdsc(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "cdsc", false, __func__);
-}
-
-ZVSDP_API uint32_t zvSdpAttrIsCpar(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "cpar", false, __func__);
-}
-
-ZVSDP_API uint32_t zvSdpAttrIsSqn(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "sqn", false, __func__);
-}
+// The name tests; the two packet-time ones report a bad argument as critical.
+#define ZV_NAME_TEST(function, name, critical)                           \
+    ZVSDP_API uint32_t function(CAttribute *attrHndl, uint32_t *result) \
+    {                                                                    \
+        return isNamed(attrHndl, result, name, critical, __func__);     \
+    }
+ZV_NAME_TEST(zvSdpAttrIsSilenceSupp, "silenceSupp", false)
+ZV_NAME_TEST(zvSdpAttrIsPtime, "ptime", true)
+ZV_NAME_TEST(zvSdpAttrIsMaxPtime, "maxptime", true)
+ZV_NAME_TEST(zvSdpAttrIsFmtp, "fmtp", false)
+ZV_NAME_TEST(zvSdpAttrIsCdsc, "cdsc", false)
+ZV_NAME_TEST(zvSdpAttrIsCpar, "cpar", false)
+ZV_NAME_TEST(zvSdpAttrIsSqn, "sqn", false)
 
 ZVSDP_API uint32_t zvSdpAttrGetName(CAttribute *attrObj, char *name, uint32_t *length)
 {

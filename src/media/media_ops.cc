@@ -66,13 +66,26 @@ uint32_t addTablePayload(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHn
 
 extern "C" {
 
-ZVSDP_API uint32_t zvSdpMediaIsSupported(CMedia *mediaObj, uint32_t *val)
-{
-    ZV_RETURN_IF_NOT_STARTED();
-    ZV_RETURN_INVALID_IF(!mediaObj || !val, "Invalid parameter detected: mediaObj=%p, val=%p", vp(mediaObj), vp(val));
-    *val = zvSdpMediaObjIsSupported(mediaObj);
-    return ZVSDP_RC_OK;
-}
+ZV_CHECKED_GET(zvSdpMediaIsSupported, CMedia, uint32_t, zvSdpMediaObjIsSupported, ZV_RETURN_IF_NOT_STARTED,
+               "Invalid parameter detected: mediaObj=%p, val=%p")
+ZV_CHECKED_GET(zvSdpMediaGetMediaType, CMedia, ZvSdpMediaType, zvSdpMediaObjGetMediaType, ZV_RETURN_IF_NOT_STARTED,
+               "Invalid parameter detected: mediaObj=%p, &type=%p")
+ZV_CHECKED_GET(zvSdpMediaGetTransportProtocol, CMedia, ZvSdpTransportProtocol, zvSdpMediaObjGetTransport,
+               ZV_RETURN_IF_NOT_STARTED, "Invalid parameter detected: mediaObj=%p, &proto=%p")
+ZV_CHECKED_GET(zvSdpMediaGetPort, CMedia, uint32_t, zvSdpMediaObjGetPort, ZV_RETURN_IF_NOT_STARTED,
+               "Invalid parameter detected: objHndl=%p, port=%p")
+ZV_CHECKED_WALK(zvSdpMediaGetFirstPayload, zvSdpMediaGetNextPayload, CMedia, CPayload, zvSdpMediaObjGetPayload,
+                ZV_RETURN_IF_NOT_STARTED, "Invalid parameter detected: objHndl=%p, ptHndl=%p",
+                "Invalid parameter detected: objHndl=%p, ptHndl=%p, &nextPtHndl=%p")
+ZV_CHECKED_WALK(zvSdpMediaGetFirstAttribute, zvSdpMediaGetNextAttribute, CMedia, CAttribute, zvSdpMediaObjGetAttribute,
+                ZV_RETURN_IF_NOT_STARTED, "Invalid parameter detected: objHndl=%p, attrHndl=%p",
+                "Invalid parameter detected: objHndl=%p, attrHndl=%p, &nextAttrHndl=%p")
+ZV_CHECKED_REMOVE(zvSdpMediaRemovePayload, CMedia, CPayload, zvSdpMediaObjGetAccessRights, zvSdpMediaObjHasPayload,
+                  zvSdpMediaObjRemovePayload, ZV_RETURN_IF_NOT_STARTED,
+                  "Invalid parameter detected: objHndl=%p, &ptHndl=%p, ptHndl=%p")
+ZV_CHECKED_REMOVE(zvSdpMediaRemoveAttribute, CMedia, CAttribute, zvSdpMediaObjGetAccessRights,
+                  zvSdpMediaObjHasAttribute, zvSdpMediaObjRemoveAttribute, ZV_RETURN_IF_NOT_STARTED,
+                  "Invalid parameter detected: objHndl=%p, &attrHndl=%p, attrHndl=%p")
 
 ZVSDP_API uint32_t zvSdpMediaMarkUnsupported(CMedia *mediaObj)
 {
@@ -85,24 +98,6 @@ ZVSDP_API uint32_t zvSdpMediaMarkUnsupported(CMedia *mediaObj)
     return ZVSDP_RC_OK;
 }
 
-ZVSDP_API uint32_t zvSdpMediaGetMediaType(CMedia *mediaObj, ZvSdpMediaType *type)
-{
-    ZV_RETURN_IF_NOT_STARTED();
-    ZV_RETURN_INVALID_IF(!mediaObj || !type, "Invalid parameter detected: mediaObj=%p, &type=%p", vp(mediaObj),
-                         vp(type));
-    *type = static_cast<ZvSdpMediaType>(zvSdpMediaObjGetMediaType(mediaObj));
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaGetTransportProtocol(CMedia *mediaObj, ZvSdpTransportProtocol *proto)
-{
-    ZV_RETURN_IF_NOT_STARTED();
-    ZV_RETURN_INVALID_IF(!mediaObj || !proto, "Invalid parameter detected: mediaObj=%p, &proto=%p", vp(mediaObj),
-                         vp(proto));
-    *proto = static_cast<ZvSdpTransportProtocol>(zvSdpMediaObjGetTransport(mediaObj));
-    return ZVSDP_RC_OK;
-}
-
 ZVSDP_API uint32_t zvSdpMediaSetPort(CMedia *objHndl, uint32_t port)
 {
     ZV_RETURN_IF_NOT_STARTED();
@@ -111,47 +106,6 @@ ZVSDP_API uint32_t zvSdpMediaSetPort(CMedia *objHndl, uint32_t port)
     if (!zvSdpMediaObjIsSupported(objHndl) || zvSdpMediaObjGetAccessRights(objHndl) == ZVSDP_READ_ONLY)
         return ZVSDP_RC_NOT_ALLOWED;
     zvSdpMediaObjSetPort(objHndl, port);
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaGetPort(CMedia *objHndl, uint32_t *port)
-{
-    ZV_RETURN_IF_NOT_STARTED();
-    ZV_RETURN_INVALID_IF(!objHndl || !port, "Invalid parameter detected: objHndl=%p, port=%p", vp(objHndl), vp(port));
-    *port = zvSdpMediaObjGetPort(objHndl);
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaGetFirstPayload(CMedia *objHndl, CPayload **ptHndl)
-{
-    ZV_RETURN_IF_NOT_STARTED();
-    ZV_RETURN_INVALID_IF(!objHndl || !ptHndl, "Invalid parameter detected: objHndl=%p, ptHndl=%p", vp(objHndl),
-                         vp(ptHndl));
-    *ptHndl = zvSdpMediaObjGetPayload(objHndl, nullptr);
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaGetNextPayload(CMedia *objHndl, CPayload *ptHndl, CPayload **nextPtHndl)
-{
-    ZV_RETURN_IF_NOT_STARTED();
-    ZV_RETURN_INVALID_IF(!objHndl || !ptHndl || !nextPtHndl,
-                         "Invalid parameter detected: objHndl=%p, ptHndl=%p, &nextPtHndl=%p", vp(objHndl), vp(ptHndl),
-                         vp(nextPtHndl));
-    *nextPtHndl = zvSdpMediaObjGetPayload(objHndl, ptHndl);
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaRemovePayload(CMedia *objHndl, CPayload **ptHndl)
-{
-    ZV_RETURN_IF_NOT_STARTED();
-    ZV_RETURN_INVALID_IF(!objHndl || !ptHndl || !*ptHndl,
-                         "Invalid parameter detected: objHndl=%p, &ptHndl=%p, ptHndl=%p", vp(objHndl), vp(ptHndl),
-                         vp(ptHndl ? *ptHndl : nullptr));
-    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(objHndl));
-    if (!zvSdpMediaObjHasPayload(objHndl, *ptHndl))
-        return ZVSDP_RC_INVALID;
-    zvSdpMediaObjRemovePayload(objHndl, *ptHndl);
-    *ptHndl = nullptr;
     return ZVSDP_RC_OK;
 }
 
@@ -177,39 +131,6 @@ ZVSDP_API uint32_t zvSdpMediaAddAttribute(CMedia *mediaObj, const char *name, co
     mediaAddAttribute(mediaObj, attribute);
     if (attrHndl)
         *attrHndl = attribute;
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaRemoveAttribute(CMedia *objHndl, CAttribute **attrHndl)
-{
-    ZV_RETURN_IF_NOT_STARTED();
-    ZV_RETURN_INVALID_IF(!objHndl || !attrHndl || !*attrHndl,
-                         "Invalid parameter detected: objHndl=%p, &attrHndl=%p, attrHndl=%p", vp(objHndl), vp(attrHndl),
-                         vp(attrHndl ? *attrHndl : nullptr));
-    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(objHndl));
-    if (!zvSdpMediaObjHasAttribute(objHndl, *attrHndl))
-        return ZVSDP_RC_INVALID;
-    zvSdpMediaObjRemoveAttribute(objHndl, *attrHndl);
-    *attrHndl = nullptr;
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaGetFirstAttribute(CMedia *objHndl, CAttribute **attrHndl)
-{
-    ZV_RETURN_IF_NOT_STARTED();
-    ZV_RETURN_INVALID_IF(!objHndl || !attrHndl, "Invalid parameter detected: objHndl=%p, attrHndl=%p", vp(objHndl),
-                         vp(attrHndl));
-    *attrHndl = zvSdpMediaObjGetAttribute(objHndl, nullptr);
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaGetNextAttribute(CMedia *objHndl, CAttribute *attrHndl, CAttribute **nextAttrHndl)
-{
-    ZV_RETURN_IF_NOT_STARTED();
-    ZV_RETURN_INVALID_IF(!objHndl || !attrHndl || !nextAttrHndl,
-                         "Invalid parameter detected: objHndl=%p, attrHndl=%p, &nextAttrHndl=%p", vp(objHndl),
-                         vp(attrHndl), vp(nextAttrHndl));
-    *nextAttrHndl = zvSdpMediaObjGetAttribute(objHndl, attrHndl);
     return ZVSDP_RC_OK;
 }
 

@@ -5,6 +5,21 @@
 
 using namespace zv;
 
+namespace {
+
+// The steps every payload setter starts with: started (no message), a
+// payload given, the payload writable.
+uint32_t checkWritable(CPayload *payloadHndl, const char *function)
+{
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_IF(!payloadHndl, ZVSDP_RC_INVALID, ZV_LOGD_AS, kModApi, function,
+                 "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
+    ZV_RETURN_IF_READ_ONLY(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    return ZVSDP_RC_OK;
+}
+
+}  // namespace
+
 extern "C" {
 
 ZVSDP_API uint32_t zvSdpPayloadAddFmtp(CPayload *payloadHndl, const char *format_specifier)
@@ -21,27 +36,24 @@ ZVSDP_API uint32_t zvSdpPayloadAddFmtp(CPayload *payloadHndl, const char *format
 
 ZVSDP_API uint32_t zvSdpPayloadResetFmtp(CPayload *payloadHndl)
 {
-    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
-    ZV_RETURN_INVALID_IF(!payloadHndl, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
-    ZV_RETURN_IF_READ_ONLY(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    if (uint32_t rc = checkWritable(payloadHndl, __func__))
+        return rc;
     zvSdpPayloadObjSetFmtp(payloadHndl, nullptr);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpPayloadSetPayloadType(CPayload *payloadHndl, uint32_t payloadType)
 {
-    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
-    ZV_RETURN_INVALID_IF(!payloadHndl, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
-    ZV_RETURN_IF_READ_ONLY(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    if (uint32_t rc = checkWritable(payloadHndl, __func__))
+        return rc;
     zvSdpPayloadObjSetPayloadType(payloadHndl, payloadType);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpPayloadSetRtpMap(CPayload *payloadHndl, uint32_t enable)
 {
-    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
-    ZV_RETURN_INVALID_IF(!payloadHndl, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
-    ZV_RETURN_IF_READ_ONLY(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    if (uint32_t rc = checkWritable(payloadHndl, __func__))
+        return rc;
     // A dynamic payload cannot be described without its rtpmap line.
     if (zvSdpPayloadObjGetPayloadType(payloadHndl) >= 96 && enable == 0)
         return ZVSDP_RC_INVALID;
@@ -51,9 +63,8 @@ ZVSDP_API uint32_t zvSdpPayloadSetRtpMap(CPayload *payloadHndl, uint32_t enable)
 
 ZVSDP_API uint32_t zvSdpPayloadSetPtime(CPayload *payloadHndl, uint32_t ptime)
 {
-    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
-    ZV_RETURN_INVALID_IF(!payloadHndl, "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
-    ZV_RETURN_IF_READ_ONLY(zvSdpPayloadObjGetAccessRights(payloadHndl));
+    if (uint32_t rc = checkWritable(payloadHndl, __func__))
+        return rc;
     zvSdpPayloadObjSetPtime(payloadHndl, ptime);
     return ZVSDP_RC_OK;
 }
@@ -71,23 +82,11 @@ ZVSDP_API uint32_t zvSdpPayloadGetPtime(CPayload *payloadHndl, uint32_t *ptime)
     return ZVSDP_RC_OK;
 }
 
-ZVSDP_API uint32_t zvSdpPayloadGetClock(CPayload *objHndl, uint32_t *clock)
-{
-    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
-    ZV_RETURN_INVALID_IF(!objHndl || !clock, "Invalid parameter detected: objHndl=%p, &clock=%p", vp(objHndl),
-                         vp(clock));
-    *clock = zvSdpPayloadObjGetClock(objHndl);
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpPayloadGetChannels(CPayload *objHndl, uint32_t *channels)
-{
-    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
-    ZV_RETURN_INVALID_IF(!objHndl || !channels, "Invalid parameter detected: objHndl=%p, &clock=%p", vp(objHndl),
-                         vp(channels));
-    *channels = zvSdpPayloadObjGetChannels(objHndl);
-    return ZVSDP_RC_OK;
-}
+ZV_CHECKED_GET(zvSdpPayloadGetClock, CPayload, uint32_t, zvSdpPayloadObjGetClock, ZV_RETURN_IF_NOT_STARTED_QUIETLY,
+               "Invalid parameter detected: objHndl=%p, &clock=%p")
+// The same text as the clock's, "&clock" and all.
+ZV_CHECKED_GET(zvSdpPayloadGetChannels, CPayload, uint32_t, zvSdpPayloadObjGetChannels, ZV_RETURN_IF_NOT_STARTED_QUIETLY,
+               "Invalid parameter detected: objHndl=%p, &clock=%p")
 
 ZVSDP_API uint32_t zvSdpPayloadGetFmtp(CPayload *objHndl, char *buf, uint32_t *buflen)
 {

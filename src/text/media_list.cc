@@ -70,24 +70,9 @@ ZVSDP_API uint32_t zvSdpRemoveMediaDescriptorByMediaType(CSdp *sdp, uint32_t med
     return ZVSDP_RC_OK;
 }
 
-ZVSDP_API uint32_t zvSdpGetFirstMediaDescriptor(CSdp *sdp, CMedia **mediaObj)
-{
-    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
-    ZV_RETURN_INVALID_IF(!sdp || !mediaObj, "Invalid parameter detected: sdpObj=%p, &mediaObj=%p", vp(sdp),
-                         vp(mediaObj));
-    *mediaObj = zvSdpObjGetMedia(sdp, nullptr);
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpGetNextMediaDescriptor(CSdp *sdp, CMedia *mediaObj, CMedia **nextObj)
-{
-    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
-    ZV_RETURN_INVALID_IF(!sdp || !mediaObj || !nextObj,
-                         "Invalid parameter detected: sdpObj=%p, mediaObj=%p, &nextObj=%p", vp(sdp), vp(mediaObj),
-                         vp(nextObj));
-    *nextObj = zvSdpObjGetMedia(sdp, mediaObj);
-    return ZVSDP_RC_OK;
-}
+ZV_CHECKED_WALK(zvSdpGetFirstMediaDescriptor, zvSdpGetNextMediaDescriptor, CSdp, CMedia, zvSdpObjGetMedia,
+                ZV_RETURN_IF_NOT_STARTED_QUIETLY, "Invalid parameter detected: sdpObj=%p, &mediaObj=%p",
+                "Invalid parameter detected: sdpObj=%p, mediaObj=%p, &nextObj=%p")
 
 ZVSDP_API uint32_t zvSdpIsMediaDescriptorsListPresent(CSdp *sdp, uint32_t *present)
 {
