@@ -268,10 +268,7 @@ uint32_t Builder::readLocal(CSdp *local)
     uint32_t rc = zvSdpGetFirstMediaDescriptor(local, &media);
     if (rc == ZVSDP_RC_OK && media)
         rc = zvSdpGetNextMediaDescriptor(local, media, &second);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(rc));
     ZV_RETURN_IF(!media, ZVSDP_RC_MISSING, ZV_LOGD, kModHelper,
                  "At least one media descriptor was expected in the local capabilities !!!");
     ZV_RETURN_IF(second, ZVSDP_RC_NOT_FOUND, ZV_LOGD, kModHelper,

@@ -57,10 +57,7 @@ uint32_t updateAmrParamsWithCommonPayload(CPayload *p, CPayload *k)
     uint32_t rc = zvSdpMediaPayloadParseAmrFmtp(p, &mine);
     if (rc == ZVSDP_RC_OK)
         rc = zvSdpMediaPayloadParseAmrFmtp(k, &theirs);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModHelper, "Parse Amr Fmtp fail %s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModHelper, "Parse Amr Fmtp fail %s", ZV_RC_TEXT(rc));
     if (theirs.modeSet != 0)
         mine.modeSet = zvSdpMediaPayloadAmrGetCommonModes(mine.modeSet, theirs.modeSet);
     if (theirs.octetAlign != 0)
@@ -76,10 +73,7 @@ uint32_t updateAmrParamsWithCommonPayload(CPayload *p, CPayload *k)
     char fmtp[kFmtpBuffer];
     uint32_t length = sizeof fmtp;
     rc = zvSdpPayloadAmrTranslateConfigToFmtp(p, &mine, fmtp, &length);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModHelper, "Translate config to Fmtp fail %s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModHelper, "Translate config to Fmtp fail %s", ZV_RC_TEXT(rc));
     rc = zvSdpPayloadAddFmtp(p, fmtp);
     if (rc != ZVSDP_RC_OK)
         ZV_LOGE(kModHelper, "Payload add Fmtp fail %s", ZV_RC_TEXT(rc));
@@ -159,10 +153,7 @@ ZVSDP_API uint32_t zvSdpHelperGetFirstCommonPayload(CMedia *first, CMedia *secon
         rc = zvSdpMediaGetMediaType(first, &type1);
     if (rc == ZVSDP_RC_OK)
         rc = zvSdpMediaGetMediaType(second, &type2);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGC, kModHelper, "%s", ZV_RC_TEXT(rc));
     ZV_RETURN_IF(!supported1, ZVSDP_RC_OK, ZV_LOGI, kModHelper, "First media descriptor is marked unsupported");
     ZV_RETURN_IF(!supported2, ZVSDP_RC_OK, ZV_LOGI, kModHelper, "Second media descriptor is marked unsupported");
     ZV_RETURN_IF(type1 != type2, ZVSDP_RC_OK, ZV_LOGI, kModHelper, "Media descriptors have different media types");
@@ -206,17 +197,11 @@ ZVSDP_API uint32_t zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities
     ZV_RETURN_IF(!newCapabilities, ZVSDP_RC_INVALID, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(ZVSDP_RC_OK));
     uint32_t count = 0;
     uint32_t rc = getNumberOfMediaDescriptors(remoteCapabilities, &count);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(rc));
     ZV_RETURN_IF(count == 0, ZVSDP_RC_MISSING, ZV_LOGD, kModHelper,
                  "At least one media descriptor was expected in the remote capabilities !!!");
     rc = getNumberOfMediaDescriptors(localCapabilities, &count);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(rc));
     ZV_RETURN_IF(count == 0, ZVSDP_RC_MISSING, ZV_LOGD, kModHelper,
                  "At least one media descriptor was expected in the local capabilities !!!");
     ZV_RETURN_IF(count > 1, ZVSDP_RC_NOT_FOUND, ZV_LOGD, kModHelper,
@@ -267,10 +252,7 @@ ZVSDP_API uint32_t zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities
         if (rc == ZVSDP_RC_OK)
             rc = zvSdpGetNextMediaDescriptor(remoteCapabilities, remote, &remote);
     }
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(rc));
     return ZVSDP_RC_OK;
 }
 
@@ -295,10 +277,7 @@ ZVSDP_API uint32_t zvSdpHelperCopyMediaCapabilitiesUnsupported(CSdp *destination
         if (rc == ZVSDP_RC_OK)
             rc = zvSdpGetNextMediaDescriptor(destination, media, &media);
     }
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(rc));
     return ZVSDP_RC_OK;
 }
 

@@ -192,10 +192,7 @@ ZVSDP_API uint32_t zvSdpFilterTelephoneEventsForAdvertisedCodecs(CSdp *sdp)
         if (rc == ZVSDP_RC_OK)
             rc = zvSdpGetNextMediaDescriptor(sdp, media, &media);
     }
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGC, kModHelper, "%s", ZV_RC_TEXT(rc));
     return ZVSDP_RC_OK;
 }
 

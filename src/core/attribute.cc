@@ -5,10 +5,7 @@
 #include "objects.h"
 #include "object_text.h"
 
-namespace zv {
-ClassModule g_attrModule = {kModAttr, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
-                            ClassMutex{true}};
-}  // namespace zv
+ZV_CLASS_MODULE(g_attrModule, kModAttr, true)
 
 using namespace zv;
 
@@ -17,8 +14,6 @@ CAttribute *attrConstruct(const char *name, const char *value);
 }  // namespace zv
 
 namespace {
-
-ClassModule &M = g_attrModule;
 
 int releaseAttribute(void *record, memm_release_fn release)
 {

@@ -4,16 +4,11 @@
 #include "objects.h"
 #include "object_text.h"
 
-namespace zv {
-ClassModule g_mediaModule = {kModMedia, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
-                             ClassMutex{true}};
-}  // namespace zv
+ZV_CLASS_MODULE(g_mediaModule, kModMedia, true)
 
 using namespace zv;
 
 namespace {
-
-ClassModule &M = g_mediaModule;
 
 int releaseMedia(void *record, memm_release_fn release)
 {
@@ -25,7 +20,6 @@ bool instanceCheck(const CMedia *m)
     return m && m->transport >= ZVSDP_TP_RTPAVP && m->transport <= ZVSDP_TP_UDPBFCP && m->mediaType >= ZVSDP_MT_AUDIO &&
            m->mediaType <= ZVSDP_MT_CONTROL && m->supported <= 1;
 }
-
 
 const char *mediaTypeWord(uint32_t type)
 {

@@ -157,6 +157,18 @@ uint32_t mediaCount(CSdp *session);
 ZvSdpAmrType amrKindOf(const CPayload *payload);
 ZvSdpAmrType amrKind(CPayload *payload);
 
+// Defines a class's module state (zv::name) and M, the class file's name
+// for it. `recursive` for the classes whose lock their start makes: all but
+// CSdp, whose lock is static, never recursive and reports nothing.
+#define ZV_CLASS_MODULE(name, module, recursive)                                                         \
+    namespace zv {                                                                                       \
+    ClassModule name = {module,         recursive,      recursive,      false, 0, MEMM_POOL_NONE,         \
+                        MEMM_POOL_NONE, MEMM_POOL_NONE, ClassMutex{recursive}};                           \
+    }                                                                                                    \
+    namespace {                                                                                          \
+    zv::ClassModule &M = zv::name;                                                                       \
+    }
+
 // The release hook of a class: hands each owned handle, in the order given,
 // to the pool manager's release function, then clears the record.
 template <class T, class... Owned>

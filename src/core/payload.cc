@@ -5,16 +5,11 @@
 #include "objects.h"
 #include "object_text.h"
 
-namespace zv {
-ClassModule g_payloadModule = {kModPayload, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
-                               ClassMutex{true}};
-}  // namespace zv
+ZV_CLASS_MODULE(g_payloadModule, kModPayload, true)
 
 using namespace zv;
 
 namespace {
-
-ClassModule &M = g_payloadModule;
 
 int releasePayload(void *record, memm_release_fn release)
 {
@@ -25,7 +20,6 @@ bool instanceCheck(const CPayload *p)
 {
     return p && isSoundName(p->name);
 }
-
 
 // The "no" test of CheckVad: whole text, deliberately not the key's value.
 int32_t vadAnswer(const char *fmtp)
@@ -151,7 +145,6 @@ ZVSDP_API uint32_t zvSdpPayloadObjCompare(CPayload *a, CPayload *b)
     bool equal = a->channels == b->channels && a->clockRate == b->clockRate && dynstr_strcmpi(a->name, b->name) == 0;
     return equal ? 0 : 1;
 }
-
 
 }  // extern "C"
 

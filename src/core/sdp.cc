@@ -3,18 +3,11 @@
 
 #include "objects.h"
 
-namespace zv {
-// The CSdp lock is a plain static mutex that is never created or destroyed,
-// and it reports no lock errors.
-ClassModule g_sdpModule = {kModSdp, false, false, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
-                           ClassMutex{false}};
-}  // namespace zv
+ZV_CLASS_MODULE(g_sdpModule, kModSdp, false)
 
 using namespace zv;
 
 namespace {
-
-ClassModule &M = g_sdpModule;
 
 int releaseSdp(void *record, memm_release_fn release)
 {
@@ -25,7 +18,6 @@ bool instanceCheck(const CSdp *s)
 {
     return s != nullptr;
 }
-
 
 // Appends copies of every media of `from`; the caller holds the lock.
 void appendCopies(CSdp *to, CSdp *from)

@@ -158,17 +158,13 @@ ZVSDP_API uint32_t zvSdpMediaGetPtime(CMedia *mediaHndl, CPayload *payloadHndl, 
          a = zvSdpMediaObjGetAttribute(mediaHndl, a)) {
         uint32_t isPtime = 0;
         uint32_t rc = zvSdpAttrIsPtime(a, &isPtime);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGE(kModApi, "zvSdpAttrIsPtime failed with error: %s\n", ZV_RC_TEXT(rc));
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "zvSdpAttrIsPtime failed with error: %s\n",
+                     ZV_RC_TEXT(rc));
         if (!isPtime)
             continue;
         rc = zvSdpAttrGetValueInt(a, ptime);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGE(kModApi, "zvSdpAttrGetValueInt failed with error: %s\n", ZV_RC_TEXT(rc));
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "zvSdpAttrGetValueInt failed with error: %s\n",
+                     ZV_RC_TEXT(rc));
         return ZVSDP_RC_OK;
     }
     char *name = dynstr_strdup(zvSdpPayloadObjGetName(payloadHndl));
@@ -195,23 +191,15 @@ ZVSDP_API uint32_t zvSdpMediaIsPtimePresent(CMedia *mediaHndl, uint32_t *present
     *present = 0;
     CAttribute *attribute = nullptr;
     uint32_t rc = zvSdpMediaGetFirstAttribute(mediaHndl, &attribute);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "zvSdpMediaGetFirstAttribute returned error!  %s \r\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "zvSdpMediaGetFirstAttribute returned error!  %s \r\n",
+                 ZV_RC_TEXT(rc));
     while (attribute) {
         rc = zvSdpAttrIsPtime(attribute, present);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
         if (*present == 1)
             return ZVSDP_RC_OK;
         rc = zvSdpMediaGetNextAttribute(mediaHndl, attribute, &attribute);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     }
     return ZVSDP_RC_OK;
 }
@@ -263,17 +251,11 @@ ZVSDP_API uint32_t zvSdpMediaIsSilenceSuppressionEnabled(CSdp *sdpHndl, uint32_t
     uint32_t size = 64;
     CMedia *media = nullptr;
     uint32_t rc = zvSdpGetFirstMediaDescriptor(sdpHndl, &media);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     while (media) {
         CAttribute *attribute = nullptr;
         rc = zvSdpMediaGetFirstAttribute(media, &attribute);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGE(kModApi, "zvSdpMediaGetFirstAttribute returned error! \r\n");
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "zvSdpMediaGetFirstAttribute returned error! \r\n");
         while (attribute) {
             uint32_t isSilenceSupp = 0;
             rc = zvSdpAttrIsSilenceSupp(attribute, &isSilenceSupp);
@@ -301,10 +283,7 @@ ZVSDP_API uint32_t zvSdpMediaIsSilenceSuppressionEnabled(CSdp *sdpHndl, uint32_t
             }
         }
         rc = zvSdpGetNextMediaDescriptor(sdpHndl, media, &media);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     }
     return ZVSDP_RC_OK;
 }

@@ -80,10 +80,7 @@ ZVSDP_API uint32_t zvSdpIsMediaDescriptorsListPresent(CSdp *sdp, uint32_t *prese
     *present = 0;
     CMedia *first = nullptr;
     uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &first);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     *present = first ? 1 : 0;
     return ZVSDP_RC_OK;
 }

@@ -41,10 +41,7 @@ ZVSDP_API uint32_t zvSdpMediaIsTelephoneEventSupportedEx(CMedia *mediaObj, uint3
         }
         rc = zvSdpMediaGetNextPayload(mediaObj, payload, &payload);
     }
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModApi, "%s\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModApi, "%s\n", ZV_RC_TEXT(rc));
     return ZVSDP_RC_OK;
 }
 
