@@ -51,7 +51,7 @@ Key findKey(const char *piece, const char **value)
         case 't': k = kModeSet; break;
         case 'n': k = kOctetAlign; break;
         case 's': k = kChannels; break;
-        case 'd': k = before >= 2 && equals[-2] == 'o' ? kModeChangePeriod : kMaxRed; break;
+        case 'd': k = before >= 3 && equals[-2] == 'o' ? kModeChangePeriod : kMaxRed; break;
         case 'r': k = kModeChangeNeighbor; break;
         case 'y': k = kModeChangeCapability; break;
         default: return kNoKey;

@@ -97,11 +97,20 @@ void matchAmrParamsWithCommonPayload(CSdp *newCaps, CPayload *common)
         ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
         return;
     }
-    // The session had a media, so the library is started: stepping through
-    // the payloads and comparing cannot fail, only the merge can.
+    // A copy cut short by full pools can leave the answer without a media:
+    // the first step then fails, as it always has.
+    CPayload *first = nullptr;
+    rc = zvSdpMediaGetFirstPayload(media, &first);
+    if (rc != ZVSDP_RC_OK) {
+        ZV_LOGE(kModHelper, "Get payload fail %s", ZV_RC_TEXT(rc));
+        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+        return;
+    }
+    // Past that step the library is started and the media present: stepping
+    // through the payloads and comparing cannot fail, only the merge can.
     ClassLock mediaLock(g_mediaModule);
     ClassLock payloadLock(g_payloadModule);
-    for (void *p = llist_getnext(media->payloads, nullptr); p; p = llist_getnext(media->payloads, p)) {
+    for (void *p = first; p; p = llist_getnext(media->payloads, p)) {
         CPayload *payload = static_cast<CPayload *>(p);
         if (!payloadsEqual(payload, common))
             continue;
