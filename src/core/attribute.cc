@@ -91,10 +91,9 @@ ZVSDP_API CAttribute *zvSdpAttrObjConstructCopy(CAttribute *source)
     CAttribute *a;
     {
         ClassLock lock(M);
-        a = static_cast<CAttribute *>(memm_alloc(M.pool));
+        a = newRecord<CAttribute>(M);
         if (!a)
             return nullptr;
-        a->rights = ZVSDP_READ_WRITE;
         a->name = dynstr_dup(M.dynstrPool, source->name);
         a->value = source->value ? dynstr_dup(M.dynstrPool, source->value) : nullptr;
     }
@@ -159,10 +158,9 @@ namespace zv {
 
 CAttribute *attrConstruct(const char *name, const char *value)
 {
-    CAttribute *a = static_cast<CAttribute *>(memm_alloc(M.pool));
+    CAttribute *a = newRecord<CAttribute>(M);
     if (!a)
         return nullptr;
-    a->rights = ZVSDP_READ_WRITE;
     a->name = dynstr_fromstr(M.dynstrPool, name);
     // An empty value makes a flag attribute, as "a=sendrecv" is.
     a->value = value && *value ? dynstr_fromstr(M.dynstrPool, value) : nullptr;

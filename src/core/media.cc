@@ -33,6 +33,21 @@ const char *transportWord(uint32_t transport)
     return transport < sizeof words / sizeof words[0] ? words[transport] : "unknown";
 }
 
+// Walks two lists side by side; false at the first pair that does not
+// match or when one list runs out first. b's next item is looked up in
+// `bSteps`, which is b itself except in the attribute compare.
+template <class Match>
+bool pairwise(llist_t a, llist_t b, llist_t bSteps, Match match)
+{
+    void *x = llist_getnext(a, nullptr);
+    void *y = llist_getnext(b, nullptr);
+    for (; x; x = llist_getnext(a, x), y = llist_getnext(bSteps, y)) {
+        if (!y || !match(x, y))
+            return false;
+    }
+    return !y;
+}
+
 // Attribute lines are cut here, whatever room the caller's buffer has.
 constexpr uint32_t kAttrLine = 128;
 // Payloads of one media that the printer keeps at hand between its passes.
@@ -56,12 +71,9 @@ ZV_MODULE_OPERATIONS(zvSdpMediaObjApiInit, zvSdpMediaObjApiDestroy, zvSdpMediaOb
 ZVSDP_API CMedia *zvSdpMediaObjConstruct(uint32_t transport, uint32_t mediaType)
 {
     ClassLock lock(M);
-    CMedia *m = static_cast<CMedia *>(memm_alloc(M.pool));
-    if (!m) {
-        ZV_LOGC(M.log, "Failed to allocate memory!");
+    CMedia *m = newRecord<CMedia>(M, __func__);
+    if (!m)
         return nullptr;
-    }
-    m->rights = ZVSDP_READ_WRITE;
     m->transport = transport;
     m->mediaType = mediaType;
     m->supported = 1;
@@ -73,12 +85,9 @@ ZVSDP_API CMedia *zvSdpMediaObjConstruct(uint32_t transport, uint32_t mediaType)
 ZVSDP_API CMedia *zvSdpMediaObjConstructCopy(CMedia *source)
 {
     ClassLock lock(M);
-    CMedia *m = static_cast<CMedia *>(memm_alloc(M.pool));
-    if (!m) {
-        ZV_LOGC(M.log, "Failed to allocate memory!");
+    CMedia *m = newRecord<CMedia>(M, __func__);
+    if (!m)
         return nullptr;
-    }
-    m->rights = ZVSDP_READ_WRITE;
     m->transport = source->transport;
     m->mediaType = source->mediaType;
     m->supported = source->supported;
@@ -208,31 +217,17 @@ ZVSDP_API uint32_t zvSdpMediaObjCompare(CMedia *a, CMedia *b)
     ClassLock lock(M);
     if (a->mediaType != b->mediaType || a->supported != b->supported || a->transport != b->transport)
         return 0;
-    void *attrA = llist_getnext(a->attributes, nullptr);
-    void *attrB = llist_getnext(b->attributes, nullptr);
-    while (attrA) {
-        if (!attrB)
-            return 0;
-        if (zvSdpAttrObjCompare(static_cast<CAttribute *>(attrA), static_cast<CAttribute *>(attrB)) == 0)
-            return 0;
-        attrA = llist_getnext(a->attributes, attrA);
-        // Looked up in a's list, as this walk always has: it finds nothing
-        // unless both lists hold the same attribute object.
-        attrB = llist_getnext(a->attributes, attrB);
-    }
-    if (attrB)
-        return 0;
-    void *payA = llist_getnext(a->payloads, nullptr);
-    void *payB = llist_getnext(b->payloads, nullptr);
-    while (payA) {
-        if (!payB)
-            return 0;
-        if (zvSdpPayloadObjCompare(static_cast<CPayload *>(payA), static_cast<CPayload *>(payB)) == 1)
-            return 0;
-        payA = llist_getnext(a->payloads, payA);
-        payB = llist_getnext(b->payloads, payB);
-    }
-    return payB ? 0 : 1;
+    // Attributes: b's walk steps through a's list, as it always has, which
+    // finds nothing unless both lists hold the same attribute object; so two
+    // or more attributes in a make the media different.
+    bool attributesMatch = pairwise(a->attributes, b->attributes, a->attributes, [](void *x, void *y) {
+        return zvSdpAttrObjCompare(static_cast<CAttribute *>(x), static_cast<CAttribute *>(y)) == 1;
+    });
+    return attributesMatch && pairwise(a->payloads, b->payloads, b->payloads, [](void *x, void *y) {
+               return zvSdpPayloadObjCompare(static_cast<CPayload *>(x), static_cast<CPayload *>(y)) == 0;
+           })
+               ? 1
+               : 0;
 }
 
 ZVSDP_API void zvSdpMediaObjSetAccessRights(CMedia *objHndl, uint32_t rights)

@@ -180,6 +180,20 @@ int releaseOwned(void *record, memm_release_fn release, Owned T::*...owned)
     return 0;
 }
 
+// A zeroed record of the class's pool with its rights set to read-write, or
+// NULL when the pool is full; then the classes that report it log C "Failed
+// to allocate memory!" as `reportAs`.
+template <class T>
+T *newRecord(ClassModule &m, const char *reportAs = nullptr)
+{
+    T *record = static_cast<T *>(memm_alloc(m.pool));
+    if (record)
+        record->rights = ZVSDP_READ_WRITE;
+    else if (reportAs)
+        ZV_LOGC_AS(m.log, reportAs, "Failed to allocate memory!");
+    return record;
+}
+
 // A freshly built record kept when sound, else given back (NULL).
 template <class T>
 T *keptIfSound(T *object, bool sound)

@@ -152,10 +152,9 @@ namespace zv {
 
 CPayload *payloadConstructEx(uint32_t payloadType, const char *name, uint32_t clockRate, uint32_t channels)
 {
-    CPayload *p = static_cast<CPayload *>(memm_alloc(M.pool));
+    CPayload *p = newRecord<CPayload>(M);
     if (!p)
         return nullptr;
-    p->rights = ZVSDP_READ_WRITE;
     p->payloadType = payloadType;
     p->name = dynstr_fromstr(M.dynstrPool, name);
     p->channels = channels;
@@ -168,10 +167,9 @@ CPayload *payloadConstructEx(uint32_t payloadType, const char *name, uint32_t cl
 
 CPayload *payloadConstructCopy(const CPayload *source)
 {
-    CPayload *p = static_cast<CPayload *>(memm_alloc(M.pool));
+    CPayload *p = newRecord<CPayload>(M);
     if (!p)
         return nullptr;
-    p->rights = ZVSDP_READ_WRITE;
     p->name = dynstr_dup(M.dynstrPool, source->name);
     p->channels = source->channels;
     p->clockRate = source->clockRate;

@@ -48,10 +48,9 @@ ZV_MODULE_OPERATIONS(zvSdpObjApiInit, zvSdpObjApiDestroy, zvSdpObjApiSetTraceLev
 ZVSDP_API CSdp *zvSdpObjConstruct(void)
 {
     ClassLock lock(M);
-    CSdp *s = static_cast<CSdp *>(memm_alloc(M.pool));
+    CSdp *s = newRecord<CSdp>(M);
     if (!s)
         return nullptr;
-    s->rights = ZVSDP_READ_WRITE;
     s->media = nullptr;
     return keptIfSound(s, instanceCheck(s));
 }
@@ -59,11 +58,9 @@ ZVSDP_API CSdp *zvSdpObjConstruct(void)
 ZVSDP_API CSdp *zvSdpObjConstructCopy(CSdp *source)
 {
     ClassLock lock(M);
-    CSdp *s = static_cast<CSdp *>(memm_alloc(M.pool));
-    if (!s) {
-        ZV_LOGC(M.log, "Failed to allocate memory!");
+    CSdp *s = newRecord<CSdp>(M, __func__);
+    if (!s)
         return nullptr;
-    }
     // A session copy keeps the source's rights; its media copies are read-write.
     s->rights = source->rights;
     appendCopies(s, source);

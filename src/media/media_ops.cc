@@ -9,6 +9,15 @@ namespace {
 
 enum class RowKind { Static, Dynamic, Any };
 
+// The media's first payload of that number, or NULL.
+CPayload *payloadOfType(CMedia *media, uint32_t payloadType)
+{
+    for (CPayload *p = zvSdpMediaObjGetPayload(media, nullptr); p; p = zvSdpMediaObjGetPayload(media, p))
+        if (zvSdpPayloadObjGetPayloadType(p) == payloadType)
+            return p;
+    return nullptr;
+}
+
 const ZvSdpCodecEntry *findRow(uint32_t payloadType, RowKind kind)
 {
     for (const ZvSdpCodecEntry &row : zvSdpCodecTable) {
@@ -139,13 +148,7 @@ ZVSDP_API uint32_t zvSdpMediaGetPayloadFromPayloadType(CMedia *mediaObj, uint32_
     ZV_RETURN_IF_NOT_STARTED();
     ZV_RETURN_INVALID_IF(!mediaObj || !retval, "Invalid parameter detected: mediaObj=%p, &retval=%p", vp(mediaObj),
                          vp(retval));
-    *retval = nullptr;
-    for (CPayload *p = zvSdpMediaObjGetPayload(mediaObj, nullptr); p; p = zvSdpMediaObjGetPayload(mediaObj, p)) {
-        if (zvSdpPayloadObjGetPayloadType(p) == payloadType) {
-            *retval = p;
-            break;
-        }
-    }
+    *retval = payloadOfType(mediaObj, payloadType);
     return ZVSDP_RC_OK;
 }
 
@@ -154,13 +157,7 @@ ZVSDP_API uint32_t zvSdpMediaPayloadTypeExists(CMedia *mediaObj, uint32_t payloa
     ZV_RETURN_IF_NOT_STARTED();
     ZV_RETURN_INVALID_IF(!mediaObj || !retval, "Invalid parameter detected: mediaObj=%p, &retval=%p", vp(mediaObj),
                          vp(retval));
-    *retval = 0;
-    for (CPayload *p = zvSdpMediaObjGetPayload(mediaObj, nullptr); p; p = zvSdpMediaObjGetPayload(mediaObj, p)) {
-        if (zvSdpPayloadObjGetPayloadType(p) == payloadType) {
-            *retval = 1;
-            break;
-        }
-    }
+    *retval = payloadOfType(mediaObj, payloadType) ? 1 : 0;
     return ZVSDP_RC_OK;
 }
 

@@ -7,15 +7,16 @@ using namespace zv;
 
 namespace {
 
-// The steps every payload setter starts with: started (no message), a
-// payload given, the payload writable.
-uint32_t checkWritable(CPayload *payloadHndl, const char *function)
+// A payload setter: started (no message), a payload given, the payload
+// writable; then `change`, whose result is the setter's.
+template <class Change>
+uint32_t changeIfWritable(CPayload *payloadHndl, const char *function, Change change)
 {
     ZV_RETURN_IF_NOT_STARTED_QUIETLY();
     ZV_RETURN_IF(!payloadHndl, ZVSDP_RC_INVALID, ZV_LOGD_AS, kModApi, function,
                  "Invalid parameter detected: payloadHndl=%p", vp(payloadHndl));
     ZV_RETURN_IF_READ_ONLY(zvSdpPayloadObjGetAccessRights(payloadHndl));
-    return ZVSDP_RC_OK;
+    return change();
 }
 
 }  // namespace
@@ -36,37 +37,37 @@ ZVSDP_API uint32_t zvSdpPayloadAddFmtp(CPayload *payloadHndl, const char *format
 
 ZVSDP_API uint32_t zvSdpPayloadResetFmtp(CPayload *payloadHndl)
 {
-    if (uint32_t rc = checkWritable(payloadHndl, __func__))
-        return rc;
-    zvSdpPayloadObjSetFmtp(payloadHndl, nullptr);
-    return ZVSDP_RC_OK;
+    return changeIfWritable(payloadHndl, __func__, [&] {
+        zvSdpPayloadObjSetFmtp(payloadHndl, nullptr);
+        return ZVSDP_RC_OK;
+    });
 }
 
 ZVSDP_API uint32_t zvSdpPayloadSetPayloadType(CPayload *payloadHndl, uint32_t payloadType)
 {
-    if (uint32_t rc = checkWritable(payloadHndl, __func__))
-        return rc;
-    zvSdpPayloadObjSetPayloadType(payloadHndl, payloadType);
-    return ZVSDP_RC_OK;
+    return changeIfWritable(payloadHndl, __func__, [&] {
+        zvSdpPayloadObjSetPayloadType(payloadHndl, payloadType);
+        return ZVSDP_RC_OK;
+    });
 }
 
 ZVSDP_API uint32_t zvSdpPayloadSetRtpMap(CPayload *payloadHndl, uint32_t enable)
 {
-    if (uint32_t rc = checkWritable(payloadHndl, __func__))
-        return rc;
-    // A dynamic payload cannot be described without its rtpmap line.
-    if (zvSdpPayloadObjGetPayloadType(payloadHndl) >= 96 && enable == 0)
-        return ZVSDP_RC_INVALID;
-    zvSdpPayloadObjSetEnableRtpMap(payloadHndl, enable);
-    return ZVSDP_RC_OK;
+    return changeIfWritable(payloadHndl, __func__, [&] {
+        // A dynamic payload cannot be described without its rtpmap line.
+        if (zvSdpPayloadObjGetPayloadType(payloadHndl) >= 96 && enable == 0)
+            return ZVSDP_RC_INVALID;
+        zvSdpPayloadObjSetEnableRtpMap(payloadHndl, enable);
+        return ZVSDP_RC_OK;
+    });
 }
 
 ZVSDP_API uint32_t zvSdpPayloadSetPtime(CPayload *payloadHndl, uint32_t ptime)
 {
-    if (uint32_t rc = checkWritable(payloadHndl, __func__))
-        return rc;
-    zvSdpPayloadObjSetPtime(payloadHndl, ptime);
-    return ZVSDP_RC_OK;
+    return changeIfWritable(payloadHndl, __func__, [&] {
+        zvSdpPayloadObjSetPtime(payloadHndl, ptime);
+        return ZVSDP_RC_OK;
+    });
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetPtime(CPayload *payloadHndl, uint32_t *ptime)
