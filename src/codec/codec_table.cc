@@ -187,7 +187,7 @@ ZVSDP_API uint32_t zvSdpPayloadGetDefaultPtime(CPayload *objHndl, uint32_t *ptim
 {
     ZV_RETURN_IF_NOT_STARTED_QUIETLY();
     ZV_RETURN_INVALID_IF(!objHndl || !ptime, "Invalid parameter detected: objHndl=%p, ptimevalue=%p",
-                         static_cast<void *>(objHndl), static_cast<void *>(ptime));
+                         vp(objHndl), vp(ptime));
     return columnOfPayloadName(objHndl, &ZvSdpCodecEntry::defaultPtime, ptime);
 }
 
@@ -195,7 +195,7 @@ ZVSDP_API uint32_t zvSdpPayloadGetDefaultBitRate(CPayload *objHndl, uint32_t *bi
 {
     ZV_RETURN_IF_NOT_STARTED_QUIETLY();
     ZV_RETURN_INVALID_IF(!objHndl || !bitRate, "Invalid parameter detected: objHndl=%p, bitRate=%p",
-                         static_cast<void *>(objHndl), static_cast<void *>(bitRate));
+                         vp(objHndl), vp(bitRate));
     return columnOfPayloadName(objHndl, &ZvSdpCodecEntry::bitRate, bitRate);
 }
 
@@ -203,19 +203,17 @@ ZVSDP_API uint32_t zvSdpPayloadGetEncodingName(CPayload *objHndl, char *buffer, 
 {
     ZV_RETURN_IF_NOT_STARTED_QUIETLY();
     ZV_RETURN_INVALID_IF(!objHndl || !buffer || !length || *length == 0,
-                         "Invalid parameter detected: objHndl=%p, buffer=%p, &buflen=%p", static_cast<void *>(objHndl),
-                         static_cast<void *>(buffer), static_cast<void *>(length));
-    memset(buffer, 0, *length);
-    dynstr_strncpy(buffer, zvSdpPayloadObjGetName(objHndl), *length - 1);
-    *length = static_cast<uint32_t>(strlen(buffer));
-    return ZVSDP_RC_OK;
+                         "Invalid parameter detected: objHndl=%p, buffer=%p, &buflen=%p", vp(objHndl),
+                         vp(buffer), vp(length));
+    return copyOut(buffer, length, zvSdpPayloadObjGetName(objHndl), TextOut::kWholeBufferCleared,
+                   TextOut::kCutBeforeLast);
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetPayloadType(CPayload *objHndl, uint32_t *pt)
 {
     ZV_RETURN_IF_NOT_STARTED_QUIETLY();
     ZV_RETURN_INVALID_IF(!objHndl || !pt, "Invalid parameter detected: objHndl=%p, &pt=%p, pt=%d",
-                         static_cast<void *>(objHndl), static_cast<void *>(pt), pt ? static_cast<int>(*pt) : 0);
+                         vp(objHndl), vp(pt), pt ? static_cast<int>(*pt) : 0);
     *pt = zvSdpPayloadObjGetPayloadType(objHndl);
     return ZVSDP_RC_OK;
 }

@@ -47,6 +47,32 @@ inline void *vp(const void *p)
 
 #define ZV_RETURN_INVALID_IF(cond, ...) ZV_RETURN_IF(cond, ZVSDP_RC_INVALID, ZV_LOGD, zv::kModApi, __VA_ARGS__)
 
+// How the text getters fill a caller's buffer (size in *length, text length
+// out): a buffer of size 0 is not written at all; otherwise the whole buffer
+// or only its first byte is cleared, and the text is cut to size - 1
+// characters, or to size (writing up to size + 1 bytes, where the caller's
+// buffer is one larger).
+namespace zv {
+struct TextOut {
+    enum Clear { kWholeBufferCleared, kFirstByteCleared };
+    enum Cut { kCutBeforeLast, kFullSize };
+};
+
+inline uint32_t copyOut(char *buffer, uint32_t *length, dynstr_t text, TextOut::Clear clear, TextOut::Cut cut)
+{
+    if (*length == 0)
+        return ZVSDP_RC_OK;
+    if (clear == TextOut::kWholeBufferCleared)
+        memset(buffer, 0, *length);
+    else
+        buffer[0] = '\0';
+    if (text)
+        dynstr_strncpy(buffer, text, cut == TextOut::kCutBeforeLast ? *length - 1 : *length);
+    *length = static_cast<uint32_t>(strlen(buffer));
+    return ZVSDP_RC_OK;
+}
+}  // namespace zv
+
 // The text of a result code, for the messages that report one.
 #define ZV_RC_TEXT(code) zvPbxGetErrorString(code)
 

@@ -77,12 +77,7 @@ ZVSDP_API uint32_t zvSdpAttrGetName(CAttribute *attrObj, char *name, uint32_t *l
     ZV_RETURN_IF_NOT_STARTED_QUIETLY();
     ZV_RETURN_INVALID_IF(!attrObj || !name || !length, "Invalid parameter detected: attrObj=%p, &name=%p, &length=%p",
                          vp(attrObj), vp(name), vp(length));
-    if (*length == 0)
-        return ZVSDP_RC_OK;
-    memset(name, 0, *length);
-    dynstr_strncpy(name, zvSdpAttrObjGetName(attrObj), *length - 1);
-    *length = static_cast<uint32_t>(strlen(name));
-    return ZVSDP_RC_OK;
+    return copyOut(name, length, zvSdpAttrObjGetName(attrObj), TextOut::kWholeBufferCleared, TextOut::kCutBeforeLast);
 }
 
 ZVSDP_API uint32_t zvSdpAttrGetValueStr(CAttribute *attrObj, char *value, uint32_t *length)
@@ -90,16 +85,9 @@ ZVSDP_API uint32_t zvSdpAttrGetValueStr(CAttribute *attrObj, char *value, uint32
     ZV_RETURN_IF_NOT_STARTED_QUIETLY();
     ZV_RETURN_INVALID_IF(!attrObj || !value || !length, "Invalid parameter detected: attrObj=%p, &value=%p, &length=%p",
                          vp(attrObj), vp(value), vp(length));
-    if (*length == 0)
-        return ZVSDP_RC_OK;
-    value[0] = '\0';
-    dynstr_t text = zvSdpAttrObjGetValue(attrObj);
     // The full size is handed on, so the copy may write size + 1 bytes:
     // callers of this operation pass a buffer one byte larger.
-    if (text)
-        dynstr_strncpy(value, text, *length);
-    *length = static_cast<uint32_t>(strlen(value));
-    return ZVSDP_RC_OK;
+    return copyOut(value, length, zvSdpAttrObjGetValue(attrObj), TextOut::kFirstByteCleared, TextOut::kFullSize);
 }
 
 ZVSDP_API uint32_t zvSdpAttrGetValueInt(CAttribute *attrObj, uint32_t *value)

@@ -19,6 +19,16 @@ uint32_t changeIfWritable(CPayload *payloadHndl, const char *function, Change ch
     return change();
 }
 
+// The plain setters: the checks above, then the object operation.
+template <class Value>
+uint32_t setIfWritable(CPayload *payloadHndl, const char *function, void (*set)(CPayload *, Value), Value value)
+{
+    return changeIfWritable(payloadHndl, function, [&] {
+        set(payloadHndl, value);
+        return ZVSDP_RC_OK;
+    });
+}
+
 }  // namespace
 
 extern "C" {
@@ -37,18 +47,12 @@ ZVSDP_API uint32_t zvSdpPayloadAddFmtp(CPayload *payloadHndl, const char *format
 
 ZVSDP_API uint32_t zvSdpPayloadResetFmtp(CPayload *payloadHndl)
 {
-    return changeIfWritable(payloadHndl, __func__, [&] {
-        zvSdpPayloadObjSetFmtp(payloadHndl, nullptr);
-        return ZVSDP_RC_OK;
-    });
+    return setIfWritable<const char *>(payloadHndl, __func__, zvSdpPayloadObjSetFmtp, nullptr);
 }
 
 ZVSDP_API uint32_t zvSdpPayloadSetPayloadType(CPayload *payloadHndl, uint32_t payloadType)
 {
-    return changeIfWritable(payloadHndl, __func__, [&] {
-        zvSdpPayloadObjSetPayloadType(payloadHndl, payloadType);
-        return ZVSDP_RC_OK;
-    });
+    return setIfWritable(payloadHndl, __func__, zvSdpPayloadObjSetPayloadType, payloadType);
 }
 
 ZVSDP_API uint32_t zvSdpPayloadSetRtpMap(CPayload *payloadHndl, uint32_t enable)
@@ -64,10 +68,7 @@ ZVSDP_API uint32_t zvSdpPayloadSetRtpMap(CPayload *payloadHndl, uint32_t enable)
 
 ZVSDP_API uint32_t zvSdpPayloadSetPtime(CPayload *payloadHndl, uint32_t ptime)
 {
-    return changeIfWritable(payloadHndl, __func__, [&] {
-        zvSdpPayloadObjSetPtime(payloadHndl, ptime);
-        return ZVSDP_RC_OK;
-    });
+    return setIfWritable(payloadHndl, __func__, zvSdpPayloadObjSetPtime, ptime);
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetPtime(CPayload *payloadHndl, uint32_t *ptime)
@@ -94,15 +95,7 @@ ZVSDP_API uint32_t zvSdpPayloadGetFmtp(CPayload *objHndl, char *buf, uint32_t *b
     ZV_RETURN_IF_NOT_STARTED_QUIETLY();
     ZV_RETURN_INVALID_IF(!objHndl || !buf || !buflen, "Invalid parameter detected: objHndl=%p, &buf=%p, &buflen=%p",
                          vp(objHndl), vp(buf), vp(buflen));
-    // With size 0 there is no byte of the caller's to clear.
-    if (*buflen == 0)
-        return ZVSDP_RC_OK;
-    buf[0] = '\0';
-    dynstr_t fmtp = zvSdpPayloadObjGetFmtp(objHndl);
-    if (fmtp)
-        dynstr_strncpy(buf, fmtp, *buflen - 1);
-    *buflen = static_cast<uint32_t>(strlen(buf));
-    return ZVSDP_RC_OK;
+    return copyOut(buf, buflen, zvSdpPayloadObjGetFmtp(objHndl), TextOut::kFirstByteCleared, TextOut::kCutBeforeLast);
 }
 
 ZVSDP_API uint32_t zvSdpMediaGetInbandDtmf(CMedia *mediaObj, uint32_t *inbandDtmf)
