@@ -16,6 +16,20 @@
  *   buffer's size; out, the length of the text written.
  * - Messages go to syslog(3) at priority 7, gated by per-module trace levels
  *   (0 = silent, 1 critical, 2 error, 3 debug, 4 information).
+ *
+ * Sections below, and the source folder that implements each:
+ *   result codes, enumerations, records, handles      this header only
+ *   the codec table                                   src/codec
+ *   object modules; payload, attribute, media and
+ *   session objects; lifecycle and sessions           src/core
+ *   payload operations; media operations;
+ *   attributes, ptime and silence suppression         src/media
+ *   the session's media list; SDP text in and out;
+ *   capability declarations; telephone events         src/text
+ *   AMR format parameters; negotiation; the RFC 3264
+ *   answer; telephone-event corrections               src/codec
+ *   bus object                                        src/bus
+ * The README's "Where things live" names the file of each family.
  */
 #ifndef ZVSDP_H
 #define ZVSDP_H
