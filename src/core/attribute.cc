@@ -15,11 +15,6 @@ CAttribute *attrConstruct(const char *name, const char *value);
 
 namespace {
 
-int releaseAttribute(void *record, memm_release_fn release)
-{
-    return releaseOwned<CAttribute>(record, release, &CAttribute::name, &CAttribute::value);
-}
-
 bool instanceCheck(const CAttribute *a)
 {
     return a && isSoundName(a->name);
@@ -57,7 +52,9 @@ ZVSDP_API uint32_t zvSdpAttrObjApiInit(uint32_t count)
         ZV_LOGD(M.log, "API already initialised, ignore initialisation request.");
         return 1;
     }
-    return M.start(count, {"zvsdpattrobj", sizeof(CAttribute), releaseAttribute, ClassStart::kNoListPool, startFailed});
+    return M.start(count, {"zvsdpattrobj", sizeof(CAttribute),
+                           releaseOwned<CAttribute, &CAttribute::name, &CAttribute::value>, ClassStart::kNoListPool,
+                           startFailed});
 }
 
 ZVSDP_API void zvSdpAttrObjApiDestroy(void)

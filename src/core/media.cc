@@ -10,11 +10,6 @@ using namespace zv;
 
 namespace {
 
-int releaseMedia(void *record, memm_release_fn release)
-{
-    return releaseOwned<CMedia>(record, release, &CMedia::payloads, &CMedia::attributes);
-}
-
 bool instanceCheck(const CMedia *m)
 {
     return m && m->transport >= ZVSDP_TP_RTPAVP && m->transport <= ZVSDP_TP_UDPBFCP && m->mediaType >= ZVSDP_MT_AUDIO &&
@@ -66,51 +61,34 @@ void startFailed(StartStep step, uint32_t)
 extern "C" {
 
 ZV_MODULE_OPERATIONS(zvSdpMediaObjApiInit, zvSdpMediaObjApiDestroy, zvSdpMediaObjApiSetTraceLevel,
-                     {"zvsdpmediaobj", sizeof(CMedia), releaseMedia, ClassStart::kListPoolFirst, startFailed})
+                     {"zvsdpmediaobj", sizeof(CMedia), releaseOwned<CMedia, &CMedia::payloads, &CMedia::attributes>,
+                      ClassStart::kListPoolFirst, startFailed})
 
 ZVSDP_API CMedia *zvSdpMediaObjConstruct(uint32_t transport, uint32_t mediaType)
 {
     ClassLock lock(M);
-    CMedia *m = newRecord<CMedia>(M, __func__);
-    if (!m)
-        return nullptr;
-    m->transport = transport;
-    m->mediaType = mediaType;
-    m->supported = 1;
-    m->port = 0;
-    m->inbandDtmf = 0;
-    return keptIfSound(m, instanceCheck(m));
+    return buildRecord<CMedia>(M, __func__, instanceCheck, [=](CMedia *m) {
+        m->transport = transport;
+        m->mediaType = mediaType;
+        m->supported = 1;
+    });
 }
 
 ZVSDP_API CMedia *zvSdpMediaObjConstructCopy(CMedia *source)
 {
     ClassLock lock(M);
-    CMedia *m = newRecord<CMedia>(M, __func__);
-    if (!m)
-        return nullptr;
-    m->transport = source->transport;
-    m->mediaType = source->mediaType;
-    m->supported = source->supported;
-    m->port = source->port;
-    // The in-band DTMF flag belongs to the call that set it: copies start at 0.
-    m->inbandDtmf = 0;
-    {
-        ClassLock payloadLock(g_payloadModule);
-        for (void *p = llist_getnext(source->payloads, nullptr); p; p = llist_getnext(source->payloads, p)) {
-            CPayload *copy = payloadConstructCopy(static_cast<CPayload *>(p));
-            if (copy && llist_addobject(&m->payloads, copy, M.listPool) != 0)
-                zvSdpPayloadObjDestruct(copy);
-        }
-    }
-    {
-        ClassLock attributeLock(g_attrModule);
-        for (void *a = llist_getnext(source->attributes, nullptr); a; a = llist_getnext(source->attributes, a)) {
-            CAttribute *copy = zvSdpAttrObjConstructCopy(static_cast<CAttribute *>(a));
-            if (copy && llist_addobject(&m->attributes, copy, M.listPool) != 0)
-                zvSdpAttrObjDestruct(copy);
-        }
-    }
-    return keptIfSound(m, instanceCheck(m));
+    return buildRecord<CMedia>(M, __func__, instanceCheck, [source](CMedia *m) {
+        m->transport = source->transport;
+        m->mediaType = source->mediaType;
+        m->supported = source->supported;
+        m->port = source->port;
+        // The in-band DTMF flag belongs to the call that set it: a copy keeps
+        // the new record's 0.
+        appendCopies<CPayload>(M, &m->payloads, source->payloads, g_payloadModule, payloadConstructCopy,
+                               zvSdpPayloadObjDestruct);
+        appendCopies<CAttribute>(M, &m->attributes, source->attributes, g_attrModule, zvSdpAttrObjConstructCopy,
+                                 zvSdpAttrObjDestruct);
+    });
 }
 
 ZV_FIELD_GET_SET(CMedia, uint32_t, port, zvSdpMediaObjGetPort, zvSdpMediaObjSetPort)

@@ -171,8 +171,8 @@ ZvSdpAmrType amrKind(CPayload *payload);
 
 // The release hook of a class: hands each owned handle, in the order given,
 // to the pool manager's release function, then clears the record.
-template <class T, class... Owned>
-int releaseOwned(void *record, memm_release_fn release, Owned T::*...owned)
+template <class T, auto... owned>
+int releaseOwned(void *record, memm_release_fn release)
 {
     T *object = static_cast<T *>(record);
     (release(object->*owned), ...);
@@ -202,6 +202,31 @@ T *keptIfSound(T *object, bool sound)
         return object;
     memm_free(object);
     return nullptr;
+}
+
+// A new record filled by fill(record) and kept when sound(record) holds.
+template <class T, class Sound, class Fill>
+T *buildRecord(ClassModule &m, const char *reportAs, Sound sound, Fill fill)
+{
+    T *record = newRecord<T>(m, reportAs);
+    if (!record)
+        return nullptr;
+    fill(record);
+    return keptIfSound(record, sound(record));
+}
+
+// Appends to `into` a copy of every object of `from`, in order, under the
+// lock of the copied objects' class; a copy the list cannot take is
+// destroyed. `owner` is the class whose list pool holds the list.
+template <class T, class Copy, class Destruct>
+void appendCopies(ClassModule &owner, llist_t *into, llist_t from, ClassModule &copied, Copy copy, Destruct destruct)
+{
+    ClassLock lock(copied);
+    for (void *o = llist_getnext(from, nullptr); o; o = llist_getnext(from, o)) {
+        T *c = copy(static_cast<T *>(o));
+        if (c && llist_addobject(into, c, owner.listPool) != 0)
+            destruct(c);
+    }
 }
 
 // A class module's start, stop and trace-level operations, for the classes

@@ -11,11 +11,6 @@ using namespace zv;
 
 namespace {
 
-int releasePayload(void *record, memm_release_fn release)
-{
-    return releaseOwned<CPayload>(record, release, &CPayload::name, &CPayload::fmtp);
-}
-
 bool instanceCheck(const CPayload *p)
 {
     return p && isSoundName(p->name);
@@ -39,7 +34,8 @@ void startFailed(StartStep step, uint32_t)
 extern "C" {
 
 ZV_MODULE_OPERATIONS(zvSdpPayloadObjApiInit, zvSdpPayloadObjApiDestroy, zvSdpPayloadObjApiSetTraceLevel,
-                     {"zvsdppayloadobj", sizeof(CPayload), releasePayload, ClassStart::kNoListPool, startFailed})
+                     {"zvsdppayloadobj", sizeof(CPayload), releaseOwned<CPayload, &CPayload::name, &CPayload::fmtp>,
+                      ClassStart::kNoListPool, startFailed})
 
 ZVSDP_API CPayload *zvSdpPayloadObjConstructEx(uint32_t payloadType, const char *name, uint32_t clockRate,
                                                uint32_t channels)
@@ -152,32 +148,26 @@ namespace zv {
 
 CPayload *payloadConstructEx(uint32_t payloadType, const char *name, uint32_t clockRate, uint32_t channels)
 {
-    CPayload *p = newRecord<CPayload>(M);
-    if (!p)
-        return nullptr;
-    p->payloadType = payloadType;
-    p->name = dynstr_fromstr(M.dynstrPool, name);
-    p->channels = channels;
-    p->clockRate = clockRate;
-    p->fmtp = nullptr;
-    p->rtpmapEnabled = payloadType >= 96 ? 1 : 0;
-    p->ptime = 0;
-    return keptIfSound(p, instanceCheck(p));
+    return buildRecord<CPayload>(M, nullptr, instanceCheck, [=](CPayload *p) {
+        p->payloadType = payloadType;
+        p->name = dynstr_fromstr(M.dynstrPool, name);
+        p->channels = channels;
+        p->clockRate = clockRate;
+        p->rtpmapEnabled = payloadType >= 96 ? 1 : 0;
+    });
 }
 
 CPayload *payloadConstructCopy(const CPayload *source)
 {
-    CPayload *p = newRecord<CPayload>(M);
-    if (!p)
-        return nullptr;
-    p->name = dynstr_dup(M.dynstrPool, source->name);
-    p->channels = source->channels;
-    p->clockRate = source->clockRate;
-    p->payloadType = source->payloadType;
-    p->rtpmapEnabled = source->rtpmapEnabled;
-    p->ptime = source->ptime;
-    p->fmtp = source->fmtp ? dynstr_dup(M.dynstrPool, source->fmtp) : nullptr;
-    return keptIfSound(p, instanceCheck(p));
+    return buildRecord<CPayload>(M, nullptr, instanceCheck, [source](CPayload *p) {
+        p->name = dynstr_dup(M.dynstrPool, source->name);
+        p->channels = source->channels;
+        p->clockRate = source->clockRate;
+        p->payloadType = source->payloadType;
+        p->rtpmapEnabled = source->rtpmapEnabled;
+        p->ptime = source->ptime;
+        p->fmtp = source->fmtp ? dynstr_dup(M.dynstrPool, source->fmtp) : nullptr;
+    });
 }
 
 void payloadSetFmtp(CPayload *payload, const char *fmtp)

@@ -9,25 +9,15 @@ using namespace zv;
 
 namespace {
 
-int releaseSdp(void *record, memm_release_fn release)
-{
-    return releaseOwned<CSdp>(record, release, &CSdp::media);
-}
-
 bool instanceCheck(const CSdp *s)
 {
     return s != nullptr;
 }
 
 // Appends copies of every media of `from`; the caller holds the lock.
-void appendCopies(CSdp *to, CSdp *from)
+void appendMediaCopies(CSdp *to, CSdp *from)
 {
-    ClassLock mediaLock(g_mediaModule);
-    for (void *m = llist_getnext(from->media, nullptr); m; m = llist_getnext(from->media, m)) {
-        CMedia *copy = zvSdpMediaObjConstructCopy(static_cast<CMedia *>(m));
-        if (copy && llist_addobject(&to->media, copy, M.listPool) != 0)
-            zvSdpMediaObjDestruct(copy);
-    }
+    appendCopies<CMedia>(M, &to->media, from->media, g_mediaModule, zvSdpMediaObjConstructCopy, zvSdpMediaObjDestruct);
 }
 
 void startFailed(StartStep step, uint32_t)
@@ -43,28 +33,23 @@ void startFailed(StartStep step, uint32_t)
 extern "C" {
 
 ZV_MODULE_OPERATIONS(zvSdpObjApiInit, zvSdpObjApiDestroy, zvSdpObjApiSetTraceLevel,
-                     {"zvsdpsdpobj", sizeof(CSdp), releaseSdp, ClassStart::kListPoolLast, startFailed})
+                     {"zvsdpsdpobj", sizeof(CSdp), releaseOwned<CSdp, &CSdp::media>,
+                      ClassStart::kListPoolLast, startFailed})
 
 ZVSDP_API CSdp *zvSdpObjConstruct(void)
 {
     ClassLock lock(M);
-    CSdp *s = newRecord<CSdp>(M);
-    if (!s)
-        return nullptr;
-    s->media = nullptr;
-    return keptIfSound(s, instanceCheck(s));
+    return buildRecord<CSdp>(M, nullptr, instanceCheck, [](CSdp *) {});
 }
 
 ZVSDP_API CSdp *zvSdpObjConstructCopy(CSdp *source)
 {
     ClassLock lock(M);
-    CSdp *s = newRecord<CSdp>(M, __func__);
-    if (!s)
-        return nullptr;
-    // A session copy keeps the source's rights; its media copies are read-write.
-    s->rights = source->rights;
-    appendCopies(s, source);
-    return keptIfSound(s, instanceCheck(s));
+    return buildRecord<CSdp>(M, __func__, instanceCheck, [source](CSdp *s) {
+        // A session copy keeps the source's rights; its media copies are read-write.
+        s->rights = source->rights;
+        appendMediaCopies(s, source);
+    });
 }
 
 ZVSDP_API void zvSdpObjDeepCopy(CSdp *destination, CSdp *source)
@@ -76,7 +61,7 @@ ZVSDP_API void zvSdpObjDeepCopy(CSdp *destination, CSdp *source)
     }
     llist_release(destination->media);
     destination->media = nullptr;
-    appendCopies(destination, source);
+    appendMediaCopies(destination, source);
 }
 
 ZV_LIST_OPERATIONS(CSdp, media, CMedia, zvSdpObjAddMedia, zvSdpObjGetMedia, zvSdpObjHasMedia, zvSdpObjRemoveMedia,
