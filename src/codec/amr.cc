@@ -3,6 +3,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <type_traits>
+
 #include "guard.h"
 #include "text_sink.h"
 
@@ -146,6 +148,11 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
         if (end)
             *end = '\0';
         const char *value = nullptr;
+        // Flags and small counts take a value of exactly one digit.
+        auto digit = [&value](auto &field) {
+            if (isSingleDigit(value))
+                field = static_cast<std::remove_reference_t<decltype(field)>>(value[0] - '0');
+        };
         switch (findKey(piece, &value)) {
         case kModeSet: {
             size_t n = strnlen(value, sizeof modeSet - 1);
@@ -154,32 +161,17 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
             modeSetSeen = true;
             break;
         }
-        case kOctetAlign:
-            if (isSingleDigit(value))
-                retval->octetAlign = static_cast<uint32_t>(value[0] - '0');
-            break;
-        case kChannels:
-            if (isSingleDigit(value))
-                retval->channels = value[0] - '0';
-            break;
-        case kModeChangePeriod:
-            if (isSingleDigit(value))
-                retval->modeChangePeriod = static_cast<uint32_t>(value[0] - '0');
-            break;
         case kMaxRed: {
             long red = strtol(value, nullptr, 10);
             if (red < 241 && red >= INT32_MIN)
                 retval->maxRed = static_cast<int32_t>(red);
             break;
         }
-        case kModeChangeNeighbor:
-            if (isSingleDigit(value))
-                retval->modeChangeNeighbor = static_cast<uint32_t>(value[0] - '0');
-            break;
-        case kModeChangeCapability:
-            if (isSingleDigit(value))
-                retval->modeChangeCapability = static_cast<uint32_t>(value[0] - '0');
-            break;
+        case kOctetAlign: digit(retval->octetAlign); break;
+        case kChannels: digit(retval->channels); break;
+        case kModeChangePeriod: digit(retval->modeChangePeriod); break;
+        case kModeChangeNeighbor: digit(retval->modeChangeNeighbor); break;
+        case kModeChangeCapability: digit(retval->modeChangeCapability); break;
         default:
             break;
         }

@@ -19,12 +19,10 @@ uint32_t getNumberOfMediaDescriptors(CSdp *sdp, uint32_t *count)
         return ZVSDP_RC_OK;
     }
     *count = 0;
-    CMedia *media = nullptr;
-    uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &media);
-    while (rc == ZVSDP_RC_OK && media) {
+    uint32_t rc = forEachMedia(sdp, [count](CMedia *) {
         ++*count;
-        rc = zvSdpGetNextMediaDescriptor(sdp, media, &media);
-    }
+        return ZVSDP_RC_OK;
+    });
     if (rc != ZVSDP_RC_OK)
         ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
     return rc;
@@ -90,22 +88,23 @@ void matchAmrParamsWithCommonPayload(CSdp *newCaps, CPayload *common)
         ZV_LOGD(kModHelper, "Not AMR type %s", ZV_RC_TEXT(rc));
         return;
     }
+    // A failed step logs what failed, then the code's text, and ends the merge.
+    const char *const self = __func__;
+    auto failed = [self](uint32_t code, const char *step) {
+        if (code == ZVSDP_RC_OK)
+            return false;
+        ZV_LOGE_AS(kModHelper, self, "%s fail %s", step, ZV_RC_TEXT(code));
+        ZV_LOGD_AS(kModHelper, self, "%s", ZV_RC_TEXT(code));
+        return true;
+    };
     CMedia *media = nullptr;
-    rc = zvSdpGetFirstMediaDescriptor(newCaps, &media);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModHelper, "Get first media fail %s", ZV_RC_TEXT(rc));
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+    if (failed(zvSdpGetFirstMediaDescriptor(newCaps, &media), "Get first media"))
         return;
-    }
     // A copy cut short by full pools can leave the answer without a media:
     // the first step then fails, as it always has.
     CPayload *first = nullptr;
-    rc = zvSdpMediaGetFirstPayload(media, &first);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModHelper, "Get payload fail %s", ZV_RC_TEXT(rc));
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+    if (failed(zvSdpMediaGetFirstPayload(media, &first), "Get payload"))
         return;
-    }
     // Past that step the library is started and the media present: stepping
     // through the payloads and comparing cannot fail, only the merge can.
     ClassLock mediaLock(g_mediaModule);
@@ -271,21 +270,16 @@ ZVSDP_API uint32_t zvSdpHelperCopyMediaCapabilitiesUnsupported(CSdp *destination
                  "Invalid parameter detected: destination=%p, source=%p", vp(destination), vp(source));
     ZV_RETURN_IF_READ_ONLY(zvSdpObjGetAccessRights(destination));
     zvSdpObjDeepCopy(destination, source);
-    CMedia *media = nullptr;
-    uint32_t rc = zvSdpGetFirstMediaDescriptor(destination, &media);
-    while (rc == ZVSDP_RC_OK && media) {
+    uint32_t rc = forEachMedia(destination, [](CMedia *media) {
         CPayload *payload = nullptr;
-        rc = zvSdpMediaGetFirstPayload(media, &payload);
-        while (rc == ZVSDP_RC_OK && payload) {
-            rc = zvSdpMediaRemovePayload(media, &payload);
-            if (rc == ZVSDP_RC_OK)
-                rc = zvSdpMediaGetFirstPayload(media, &payload);
+        uint32_t step = zvSdpMediaGetFirstPayload(media, &payload);
+        while (step == ZVSDP_RC_OK && payload) {
+            step = zvSdpMediaRemovePayload(media, &payload);
+            if (step == ZVSDP_RC_OK)
+                step = zvSdpMediaGetFirstPayload(media, &payload);
         }
-        if (rc == ZVSDP_RC_OK)
-            rc = zvSdpMediaMarkUnsupported(media);
-        if (rc == ZVSDP_RC_OK)
-            rc = zvSdpGetNextMediaDescriptor(destination, media, &media);
-    }
+        return step == ZVSDP_RC_OK ? zvSdpMediaMarkUnsupported(media) : step;
+    });
     ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(rc));
     return ZVSDP_RC_OK;
 }

@@ -125,3 +125,23 @@ inline uint32_t copyOut(char *buffer, uint32_t *length, dynstr_t text, TextOut::
         *item = nullptr;                                                                          \
         return ZVSDP_RC_OK;                                                                       \
     }
+
+namespace zv {
+
+// Runs step(media) for each media of a session in order through the checked
+// walk, stopping at the first code other than 0: that code, or the walk's
+// own, is the result.
+template <class Step>
+uint32_t forEachMedia(CSdp *sdp, Step step)
+{
+    CMedia *media = nullptr;
+    uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &media);
+    while (rc == ZVSDP_RC_OK && media) {
+        rc = step(media);
+        if (rc == ZVSDP_RC_OK)
+            rc = zvSdpGetNextMediaDescriptor(sdp, media, &media);
+    }
+    return rc;
+}
+
+}  // namespace zv

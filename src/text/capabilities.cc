@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "fmtp_parameter.h"
 #include "guard.h"
 
 using namespace zv;
@@ -70,12 +71,8 @@ ZVSDP_API uint32_t zvSdpMediaAddCdscCparAttributes(CMedia **hMedia, uint32_t add
         snprintf(piece, sizeof piece, " %d", static_cast<int>(number));
         if (!strstr(written, piece)) {
             appendBounded(written, piece);
-            char fmtp[128];
-            uint32_t fmtpLength = sizeof fmtp;
-            zvSdpPayloadGetFmtp(payload, fmtp, &fmtpLength);
-            if (fmtpLength != 0) {
-                char parameter[256];
-                snprintf(parameter, sizeof parameter, "%u %s", number, fmtp);
+            char parameter[256];
+            if (fmtpParameter(payload, number, parameter)) {
                 appendBounded(line, parameter);
                 rc = zvSdpMediaAddAttribute(media, "cpar", line, nullptr);
                 ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModApi, "%s\r\n", ZV_RC_TEXT(rc));

@@ -24,39 +24,44 @@ bool mediaTypeFromText(int code, uint32_t *type)
     return true;
 }
 
+// A stack code and the value it stands for here.
+struct CodeMap {
+    int code;
+    uint32_t value;
+};
+
+template <size_t N>
+bool mapped(const CodeMap (&map)[N], int code, uint32_t *value)
+{
+    for (const CodeMap &m : map)
+        if (m.code == code) {
+            *value = m.value;
+            return true;
+        }
+    return false;
+}
+
 // The string parser knows only RTP/AVP, but recognises three more
 // transports so that it can refuse the whole text for them.
-bool transportFromText(int code, uint32_t *transport)
-{
-    switch (code) {
-    case RVSDP_PROTOCOL_RTP: *transport = ZVSDP_TP_RTPAVP; return true;
-    case RVSDP_PROTOCOL_UDP: *transport = ZVSDP_TP_UDP; return true;
-    case RVSDP_PROTOCOL_UDPTL: *transport = ZVSDP_TP_UDPTL; return true;
-    case RVSDP_PROTOCOL_TCP: *transport = ZVSDP_TP_TCP; return true;
-    default: return false;
-    }
-}
+constexpr CodeMap kTextTransports[] = {
+    {RVSDP_PROTOCOL_RTP, ZVSDP_TP_RTPAVP},
+    {RVSDP_PROTOCOL_UDP, ZVSDP_TP_UDP},
+    {RVSDP_PROTOCOL_UDPTL, ZVSDP_TP_UDPTL},
+    {RVSDP_PROTOCOL_TCP, ZVSDP_TP_TCP},
+};
 
-// The copy knows more transports but fewer media types.
-bool mediaTypeForCopy(int code, uint32_t *type)
-{
-    switch (code) {
-    case RVSDP_MEDIATYPE_AUDIO: *type = ZVSDP_MT_AUDIO; return true;
-    case RVSDP_MEDIATYPE_VIDEO: *type = ZVSDP_MT_VIDEO; return true;
-    case RVSDP_MEDIATYPE_APP: *type = ZVSDP_MT_APP; return true;
-    case RVSDP_MEDIATYPE_IMAGE: *type = ZVSDP_MT_IMAGE; return true;
-    default: return false;
-    }
-}
-
-bool transportForCopy(int code, uint32_t *transport)
-{
-    if (code == RVSDP_PROTOCOL_UDP_BFCP) {
-        *transport = ZVSDP_TP_UDPBFCP;
-        return true;
-    }
-    return transportFromText(code, transport);
-}
+// The copy knows one more transport but fewer media types.
+constexpr CodeMap kCopyTransports[] = {
+    {RVSDP_PROTOCOL_RTP, ZVSDP_TP_RTPAVP}, {RVSDP_PROTOCOL_UDP, ZVSDP_TP_UDP},
+    {RVSDP_PROTOCOL_UDPTL, ZVSDP_TP_UDPTL}, {RVSDP_PROTOCOL_TCP, ZVSDP_TP_TCP},
+    {RVSDP_PROTOCOL_UDP_BFCP, ZVSDP_TP_UDPBFCP},
+};
+constexpr CodeMap kCopyMediaTypes[] = {
+    {RVSDP_MEDIATYPE_AUDIO, ZVSDP_MT_AUDIO},
+    {RVSDP_MEDIATYPE_VIDEO, ZVSDP_MT_VIDEO},
+    {RVSDP_MEDIATYPE_APP, ZVSDP_MT_APP},
+    {RVSDP_MEDIATYPE_IMAGE, ZVSDP_MT_IMAGE},
+};
 
 const char *orEmpty(const char *text)
 {
@@ -324,7 +329,7 @@ ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHnd
         RvSdpMediaDescr *descr = static_cast<RvSdpMediaDescr *>(item);
         uint32_t mediaType = 0, transport = 0;
         if (!mediaTypeFromText(rvSdpMediaTypeTxt2Val(rvSdpMediaDescrGetMediaTypeStr(descr)), &mediaType) ||
-            !transportFromText(rvSdpMediaProtoTxt2Val(rvSdpMediaDescrGetProtocolStr(descr)), &transport)) {
+            !mapped(kTextTransports, rvSdpMediaProtoTxt2Val(rvSdpMediaDescrGetProtocolStr(descr)), &transport)) {
             ZV_LOGD_AS(kModApi, "createRvSdpMirror", "MediaDescriptor(%s, %s) ignored.",
                        orEmpty(rvSdpMediaDescrGetMediaTypeStr(descr)), orEmpty(rvSdpMediaDescrGetProtocolStr(descr)));
             continue;
@@ -384,11 +389,11 @@ ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, RvSdpMsg *rvSdp)
     for (void *item = rvSdpListGetFirst(mediaList); item; item = rvSdpListGetNext(mediaList, item)) {
         RvSdpMediaDescr *descr = static_cast<RvSdpMediaDescr *>(item);
         uint32_t mediaType = 0, transport = 0;
-        bool typeKnown = mediaTypeForCopy(rvSdpMediaDescrGetMediaType(descr), &mediaType);
+        bool typeKnown = mapped(kCopyMediaTypes, rvSdpMediaDescrGetMediaType(descr), &mediaType);
         if (!typeKnown)
             ZV_LOGC(kModApi, "Illegal condition: Unsupported Media type! (%s)",
                     orEmpty(rvSdpMediaDescrGetMediaTypeStr(descr)));
-        if (!transportForCopy(rvSdpMediaDescrGetProtocol(descr), &transport)) {
+        if (!mapped(kCopyTransports, rvSdpMediaDescrGetProtocol(descr), &transport)) {
             ZV_LOGC(kModApi, "Illegal condition: Unsupported Media protocol! (%s)",
                     orEmpty(rvSdpMediaDescrGetProtocolStr(descr)));
             continue;

@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "fmtp_parameter.h"
 #include "guard.h"
 #include "rvsdp.h"
 
@@ -51,14 +52,9 @@ void mirrorPayloads(RvSdpMsg *rvSdp, RvSdpMediaDescr *descr, CMedia *media)
             rvSdpAddRtpMap2(rvSdpMsgGetAllocator(rvSdp), descr, static_cast<int>(number), name,
                             static_cast<int>(clock), 0);
         }
-        char fmtp[128];
-        uint32_t fmtpLength = sizeof fmtp;
-        zvSdpPayloadGetFmtp(payload, fmtp, &fmtpLength);
-        if (fmtpLength != 0) {
-            char line[256];
-            snprintf(line, sizeof line, "%u %s", number, fmtp);
+        char line[256];
+        if (fmtpParameter(payload, number, line))
             rvSdpSpecialAttrAdd(rvSdpMsgGetAllocator(rvSdp), descr, RVSDP_SPEC_ATTR_FMTP, line, nullptr);
-        }
         zvSdpMediaGetNextPayload(media, payload, &payload);
     }
 }
