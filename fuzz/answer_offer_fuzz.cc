@@ -34,10 +34,9 @@ void checkAnswer(const char *text, uint32_t length, const char *letters)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    fuzzsupport::startOnce();
-    CSdp *local = fuzzsupport::localSession(kLocal);  // before the count: it lives on
-    const uint32_t before = fuzzsupport::recordsInUse();
-    std::string text(reinterpret_cast<const char *>(data), size);
+    CSdp *local = nullptr;
+    const uint32_t before = fuzzsupport::beginInput(kLocal, &local);
+    const std::string text = fuzzsupport::textOf(data, size);
     std::vector<char> out(2 * size + 4096);
 
     uint32_t length = static_cast<uint32_t>(out.size());

@@ -41,9 +41,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     if (size > UINT32_MAX)
         return 0;
-    fuzzsupport::startOnce();
-    CSdp *local = fuzzsupport::localSession(kLocal);  // before the count: it lives on
-    const uint32_t before = fuzzsupport::recordsInUse();
+    CSdp *local = nullptr;
+    const uint32_t before = fuzzsupport::beginInput(kLocal, &local);
 
     RvSdpMsg msg;
     uint32_t length = static_cast<uint32_t>(size);

@@ -6,6 +6,8 @@
 #include <stdint.h>
 #include <string.h>
 
+#include <string>
+
 #include "fuzz_check.h"
 #include "memm.h"
 #include "zvsdp.h"
@@ -61,6 +63,23 @@ inline CSdp *localSession(const char *text)
     if (!local)
         FUZZ_CHECK(zvSdpConstructFromString(text, &local) == ZVSDP_RC_OK);
     return local;
+}
+
+// Starts an input that is negotiated against local capabilities: the local
+// session is parsed before the count, as it lives on. The records in use
+// before the input, for endInput.
+inline uint32_t beginInput(const char *localText, CSdp **local)
+{
+    startOnce();
+    *local = localSession(localText);
+    return recordsInUse();
+}
+
+// The input as the library takes text: NUL-terminated, so whatever follows
+// a NUL is not part of it.
+inline std::string textOf(const uint8_t *data, size_t size)
+{
+    return std::string(reinterpret_cast<const char *>(data), size);
 }
 
 }  // namespace fuzzsupport

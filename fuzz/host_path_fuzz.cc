@@ -18,12 +18,9 @@ const char kLocal[] = "m=audio 5004 RTP/AVP 106 0 8 96 108\n"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    fuzzsupport::startOnce();
-    CSdp *local = fuzzsupport::localSession(kLocal);  // before the count: it lives on
-    const uint32_t before = fuzzsupport::recordsInUse();
-    // The library takes NUL-terminated text; whatever follows a NUL is not
-    // part of it.
-    std::string text(reinterpret_cast<const char *>(data), size);
+    CSdp *local = nullptr;
+    const uint32_t before = fuzzsupport::beginInput(kLocal, &local);
+    const std::string text = fuzzsupport::textOf(data, size);
 
     CSdp *remote = nullptr;
     uint32_t rc = zvSdpConstructFromString(text.c_str(), &remote);

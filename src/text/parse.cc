@@ -106,6 +106,23 @@ bool isPayloadLine(const char *name)
     return (name[0] == 'r' && strcmp(name, "rtpmap") == 0) || (name[0] == 'f' && strcmp(name, "fmtp") == 0);
 }
 
+// Calls each(line) for every special line of a kind, in text order; false,
+// logged as `nullText`, when the stack hands out a NULL line.
+template <class Each>
+bool forEachSpecial(const RvSdpMediaDescr *descr, int kind, const char *nullText, Each each)
+{
+    size_t count = rvSdpGetNumOfSpecialAttr(descr, kind);
+    for (size_t i = 0; i < count; ++i) {
+        const RvSdpAttribute *line = rvSdpGetSpecialAttr(descr, i, kind);
+        if (!line) {
+            ZV_LOGD_AS(kModApi, "addPayload", "%s", nullText);
+            return false;
+        }
+        each(line);
+    }
+    return true;
+}
+
 // The rtpmap and fmtp entries of one stack media description, read once and
 // chained by payload number, so that finding those of a number costs a look
 // into a table instead of a walk of the description for every number.
@@ -248,34 +265,27 @@ CPayload *PayloadLines::addPayload(CMedia *media, int payloadNumber) const
 CPayload *PayloadLines::addPayloadFromStack(CMedia *media, int payloadNumber) const
 {
     CPayload *payload = nullptr;
-    size_t rtpmaps = rvSdpGetNumOfSpecialAttr(descr_, RVSDP_SPEC_ATTR_RTPMAP);
-    for (size_t i = 0; i < rtpmaps; ++i) {
-        const RvSdpRtpMap *rtpmap = rvSdpGetSpecialAttr(descr_, i, RVSDP_SPEC_ATTR_RTPMAP);
-        if (!rtpmap) {
-            ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetRtpMap returned NULL\n");
-            return nullptr;
-        }
-        if (rvSdpRtpMapGetPayload(rtpmap) == payloadNumber)
-            addRtpmapPayload(media, payloadNumber, rvSdpRtpMapGetEncodingName(rtpmap),
-                             rvSdpRtpMapGetClockRate(rtpmap), rvSdpRtpMapGetChannels(rtpmap), &payload);
-    }
+    bool whole = forEachSpecial(descr_, RVSDP_SPEC_ATTR_RTPMAP, "rvSdpMediaDescrGetRtpMap returned NULL\n",
+                                [&](const RvSdpRtpMap *rtpmap) {
+                                    if (rvSdpRtpMapGetPayload(rtpmap) == payloadNumber)
+                                        addRtpmapPayload(media, payloadNumber, rvSdpRtpMapGetEncodingName(rtpmap),
+                                                         rvSdpRtpMapGetClockRate(rtpmap),
+                                                         rvSdpRtpMapGetChannels(rtpmap), &payload);
+                                });
+    if (!whole)
+        return nullptr;
     if (!payload)
         zvSdpMediaAddPayloadFromPayloadType(media, static_cast<uint32_t>(payloadNumber), &payload);
-    size_t fmtps = rvSdpGetNumOfSpecialAttr(descr_, RVSDP_SPEC_ATTR_FMTP);
-    for (size_t i = 0; i < fmtps; ++i) {
-        const RvSdpAttribute *fmtp = rvSdpGetSpecialAttr(descr_, i, RVSDP_SPEC_ATTR_FMTP);
-        if (!fmtp) {
-            ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetFmtp returned NULL\n");
-            return nullptr;
-        }
-        if (strcmp(orEmpty(rvSdpAttributeGetName(fmtp)), "fmtp") != 0)
-            continue;
-        const char *text = attributeValue(fmtp);
-        unsigned number = 0;
-        if (scanUnsigned(text, &number) && number == static_cast<unsigned>(payloadNumber))
-            applyFmtp(payload, text);
-    }
-    return payload;
+    whole = forEachSpecial(descr_, RVSDP_SPEC_ATTR_FMTP, "rvSdpMediaDescrGetFmtp returned NULL\n",
+                           [&](const RvSdpAttribute *fmtp) {
+                               if (strcmp(orEmpty(rvSdpAttributeGetName(fmtp)), "fmtp") != 0)
+                                   return;
+                               const char *text = attributeValue(fmtp);
+                               unsigned number = 0;
+                               if (scanUnsigned(text, &number) && number == static_cast<unsigned>(payloadNumber))
+                                   applyFmtp(payload, text);
+                           });
+    return whole ? payload : nullptr;
 }
 
 // Copies the stack's attribute lines (bar rtpmap and fmtp) onto the media.
