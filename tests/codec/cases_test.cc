@@ -25,14 +25,14 @@ struct Case {
 
 std::string folder()
 {
-    return ZVSDP_ANSWER_TESTS;
+    return std::string(ZVSDP_SOURCE_DIR) + "/tests/codec/cases";
 }
 
 Case load(const std::string &name)
 {
     Case c;
     c.name = name.substr(0, name.size() - 5);
-    std::istringstream in(readFile(folder() + "/cases/" + name));
+    std::istringstream in(readFile(folder() + "/rfc3264/" + name));
     std::string line, section, localSet;
     bool crlf = false;
     while (std::getline(in, line)) {
@@ -71,7 +71,7 @@ Case load(const std::string &name)
 std::vector<Case> cases()
 {
     std::vector<Case> out;
-    for (const std::string &n : filesIn(folder() + "/cases", ".case"))
+    for (const std::string &n : filesIn(folder() + "/rfc3264", ".case"))
         out.push_back(load(n));
     return out;
 }

@@ -58,7 +58,7 @@ TEST_P(Corpus, EveryOfferAnsweredWithoutDefect)
     std::vector<std::string> files = filesIn(kCorpus, ".sdp");
     if (files.empty())
         GTEST_SKIP() << kCorpus << " is missing: the corpus step is skipped";
-    const std::string localPath = std::string(ZVSDP_ANSWER_TESTS) + "/local-" + GetParam() + ".sdp";
+    const std::string localPath = std::string(ZVSDP_SOURCE_DIR) + "/tests/codec/cases/local-" + GetParam() + ".sdp";
     const std::string localText = readFile(localPath);
     CSdp *local = session(localText);
     ASSERT_NE(nullptr, local);
