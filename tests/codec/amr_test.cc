@@ -1,7 +1,7 @@
 // AMR and AMR-WB fmtp parameters: the parsed record, the canonical text
 // written back (what the gateway sends in its a=fmtp lines), updates of one
 // parameter and the common modes of two sets.
-#include "codec_fixture.h"
+#include "zvsdp_test.h"
 
 #include <cstring>
 

@@ -13,7 +13,7 @@
 #include "answer_support.h"
 #include "rfc3264_checker.h"
 
-using namespace answertest;
+using namespace zvtest;
 
 namespace {
 
@@ -58,19 +58,19 @@ TEST_P(Corpus, EveryOfferAnsweredWithoutDefect)
     std::vector<std::string> files = filesIn(kCorpus, ".sdp");
     if (files.empty())
         GTEST_SKIP() << kCorpus << " is missing: the corpus step is skipped";
-    const std::string localPath = std::string(ZVSDP_SOURCE_DIR) + "/tests/codec/cases/local-" + GetParam() + ".sdp";
-    const std::string localText = readFile(localPath);
-    CSdp *local = session(localText);
-    ASSERT_NE(nullptr, local);
-    const uint32_t before = recordsInUse();
+    const std::string local = "tests/codec/cases/local-" + std::string(GetParam()) + ".sdp";
+    const std::string localPath = std::string(ZVSDP_SOURCE_DIR) + "/" + local, localText = sourceFile(local);
+    CSdp *localSdp = parsed(localText);
+    ASSERT_NE(nullptr, localSdp);
+    const uint32_t before = inUse();
     ZvSdpAnswerSession body = {"gw", "7", "8", "192.0.2.1", nullptr, nullptr};
     size_t withAudio = 0, audioClean = 0, answered = 0, refused = 0, defects = 0;
     for (const std::string &name : files) {
         SCOPED_TRACE(name);
-        const std::string offer = readFile(kCorpus + "/" + name);
+        const std::string offer = sourceFile("../shared/corpus/wild/" + name);
         const bool audio = rfc3264::hasAudio(offer);
         withAudio += audio;
-        Answer text = fromText(offer, local);
+        Answer text = fromText(offer, localSdp);
         if (text.rc != ZVSDP_RC_OK) {
             ++refused;
             EXPECT_EQ(ZVSDP_RC_INVALID, text.rc);
@@ -84,14 +84,14 @@ TEST_P(Corpus, EveryOfferAnsweredWithoutDefect)
         defects += found.size();
         audioClean += audio && found.empty();
 
-        Answer whole = fromText(offer, local, &body);
+        Answer whole = fromText(offer, localSdp, &body);
         EXPECT_EQ(ZVSDP_RC_OK, whole.rc);
         EXPECT_EQ(0u, whole.text.rfind("v=0\no=gw 7 8 IN IP4 192.0.2.1\ns=-\nc=IN IP4 192.0.2.1\nt=", 0));
         EXPECT_EQ(text.text, whole.text.substr(whole.text.size() - std::min(whole.text.size(), text.text.size())));
 
         size_t stackMedia = 0;
         std::string reading = stackReading(offer, &stackMedia);
-        Answer message = fromMessage(offer, local);
+        Answer message = fromMessage(offer, localSdp);
         EXPECT_EQ(stackMedia ? ZVSDP_RC_OK : ZVSDP_RC_INVALID, message.rc);
         if (message.rc == ZVSDP_RC_OK) {
             EXPECT_THAT(rfc3264::judge(reading, message.text, localText), ::testing::IsEmpty()) << message.text;
@@ -100,11 +100,11 @@ TEST_P(Corpus, EveryOfferAnsweredWithoutDefect)
         EXPECT_EQ(text.text, toolAnswer(kCorpus + "/" + name, localPath));
 #endif
     }
-    EXPECT_EQ(before, recordsInUse());
+    EXPECT_EQ(before, inUse());
     std::cout << "local set " << GetParam() << ": " << files.size() << " bodies, " << withAudio
               << " with an audio stream (" << audioClean << " of them answered without defect), " << answered
               << " answered, " << refused << " refused as not SDP, " << defects << " defects\n";
-    zvSdpDestruct(&local);
+    zvSdpDestruct(&localSdp);
 }
 
 INSTANTIATE_TEST_SUITE_P(LocalSets, Corpus, ::testing::Values("a", "b"));

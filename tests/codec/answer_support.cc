@@ -6,13 +6,12 @@
 #include <fstream>
 #include <sstream>
 
-#include "memm.h"
+namespace zvtest {
 
-namespace answertest {
-
-std::string readFile(const std::string &path)
+std::string sourceFile(const std::string &relative)
 {
-    std::ifstream in(path, std::ios::binary);
+    std::ifstream in(std::string(ZVSDP_SOURCE_DIR) + "/" + relative, std::ios::binary);
+    EXPECT_TRUE(in.good()) << relative << " cannot be read";
     std::ostringstream text;
     text << in.rdbuf();
     return text.str();
@@ -39,24 +38,6 @@ std::vector<std::string> filesIn(const std::string &folder, const std::string &s
     closedir(dir);
     std::sort(names.begin(), names.end());
     return names;
-}
-
-CSdp *session(const std::string &text)
-{
-    CSdp *s = nullptr;
-    EXPECT_EQ(ZVSDP_RC_OK, zvSdpConstructFromString(text.c_str(), &s)) << text;
-    return s;
-}
-
-uint32_t recordsInUse()
-{
-    uint32_t total = 0;
-    for (int pool = 0; pool < MEMM_MAX_POOLS; ++pool) {
-        uint32_t inUse = 0;
-        if (memm_get_stats(pool, &inUse, nullptr, nullptr) == 0)
-            total += inUse;
-    }
-    return total;
 }
 
 namespace {
@@ -111,14 +92,4 @@ Answer fromMessage(const std::string &offer, CSdp *local, const ZvSdpAnswerSessi
     return a;
 }
 
-void AnswerTest::SetUp()
-{
-    ASSERT_EQ(ZVSDP_RC_OK, zvSdpAppInit(8));
-}
-
-void AnswerTest::TearDown()
-{
-    zvSdpAppDestroy();
-}
-
-}  // namespace answertest
+}  // namespace zvtest

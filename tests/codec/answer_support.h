@@ -1,28 +1,21 @@
-// What the answer tests share: the library started once per test, the two
-// local capability sets of the gateway, and the answers of both entry points.
+// What the answer tests share: files of the source tree, and the answers of
+// both entry points of the RFC 3264 answer.
 #pragma once
-
-#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "rvsdp.h"
-#include "zvsdp.h"
+#include "zvsdp_test.h"
 
-namespace answertest {
+namespace zvtest {
 
-std::string readFile(const std::string &path);
+// A file's text, `relative` to the source tree; the test fails when there is none.
+std::string sourceFile(const std::string &relative);
 
 // The names of the files in `folder` that end in `suffix`, sorted; none when
 // the folder is missing.
 std::vector<std::string> filesIn(const std::string &folder, const std::string &suffix);
-
-// A session parsed from SDP text (the test fails when it does not parse).
-CSdp *session(const std::string &text);
-
-// Records of every pool in use: what an answer must leave as it found it.
-uint32_t recordsInUse();
 
 struct Answer {
     uint32_t rc = 0;
@@ -33,10 +26,10 @@ struct Answer {
 Answer fromText(const std::string &offer, CSdp *local, const ZvSdpAnswerSession *session = nullptr);
 Answer fromMessage(const std::string &offer, CSdp *local, const ZvSdpAnswerSession *session = nullptr);
 
-class AnswerTest : public ::testing::Test {
+// The library with room for the largest offers of the cases.
+class AnswerTest : public LibraryTest {
 protected:
-    void SetUp() override;
-    void TearDown() override;
+    AnswerTest() : LibraryTest(8) {}
 };
 
-}  // namespace answertest
+}  // namespace zvtest

@@ -6,7 +6,7 @@
 #include "answer_support.h"
 #include "rfc3264_checker.h"
 
-using namespace answertest;
+using namespace zvtest;
 
 namespace {
 
@@ -19,7 +19,7 @@ protected:
     void SetUp() override
     {
         AnswerTest::SetUp();
-        local_ = session(kLocal);
+        local_ = parsed(kLocal);
     }
     void TearDown() override
     {
@@ -83,7 +83,7 @@ TEST_F(AnswerApi, LocalSessionMustHoldOneMedia)
     ASSERT_EQ(ZVSDP_RC_OK, zvSdpConstruct(&none));
     EXPECT_EQ(ZVSDP_RC_MISSING, zvSdpHelperAnswerOffer(kOffer.c_str(), none, nullptr, out, &length));
     EXPECT_EQ(0u, length);
-    CSdp *two = session(kLocal + "m=video 5006 RTP/AVP 31\n");
+    CSdp *two = parsed(kLocal + "m=video 5006 RTP/AVP 31\n");
     length = sizeof out;
     EXPECT_EQ(ZVSDP_RC_NOT_FOUND, zvSdpHelperAnswerOffer(kOffer.c_str(), two, nullptr, out, &length));
     zvSdpDestruct(&none);

@@ -13,7 +13,7 @@
 #include "answer_support.h"
 #include "rfc3264_checker.h"
 
-using namespace answertest;
+using namespace zvtest;
 
 namespace {
 
@@ -32,7 +32,7 @@ Case load(const std::string &name)
 {
     Case c;
     c.name = name.substr(0, name.size() - 5);
-    std::istringstream in(readFile(folder() + "/rfc3264/" + name));
+    std::istringstream in(sourceFile("tests/codec/cases/rfc3264/" + name));
     std::string line, section, localSet;
     bool crlf = false;
     while (std::getline(in, line)) {
@@ -64,7 +64,7 @@ Case load(const std::string &name)
         to += line + (section == "offer" && crlf ? "\r\n" : "\n");
     }
     if (!localSet.empty())
-        c.local = readFile(folder() + "/local-" + localSet + ".sdp");
+        c.local = sourceFile("tests/codec/cases/local-" + localSet + ".sdp");
     return c;
 }
 
@@ -82,9 +82,9 @@ TEST_P(Cases, AnswerAsExpected)
 {
     const Case &c = GetParam();
     SCOPED_TRACE(c.title);
-    CSdp *local = session(c.local);
+    CSdp *local = parsed(c.local);
     ASSERT_NE(nullptr, local);
-    uint32_t before = recordsInUse();
+    uint32_t before = inUse();
     ZvSdpAnswerSession body = {nullptr, nullptr, nullptr, c.bodyAddress.c_str(), nullptr, nullptr};
     const ZvSdpAnswerSession *s = c.bodyAddress.empty() ? nullptr : &body;
 
@@ -99,7 +99,7 @@ TEST_P(Cases, AnswerAsExpected)
         EXPECT_EQ(c.rc, message.rc);
         EXPECT_EQ(c.answer, message.text);
     }
-    EXPECT_EQ(before, recordsInUse());
+    EXPECT_EQ(before, inUse());
     zvSdpDestruct(&local);
 }
 

@@ -1,7 +1,7 @@
 // The codec table and the lookups answered from it. The gateway's other
 // processes know the same table, so its rows and order, the first-row-wins
 // rules, the rtpmap decision and renumbering (kept for the process) are pinned.
-#include "codec_fixture.h"
+#include "zvsdp_test.h"
 
 #include <algorithm>
 #include <cstring>

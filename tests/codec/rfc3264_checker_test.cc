@@ -10,8 +10,8 @@ using ::testing::IsEmpty;
 
 namespace {
 
-const std::string kLocalA = answertest::readFile(std::string(ZVSDP_SOURCE_DIR) + "/tests/codec/cases/local-a.sdp");
-const std::string kLocalB = answertest::readFile(std::string(ZVSDP_SOURCE_DIR) + "/tests/codec/cases/local-b.sdp");
+const std::string kLocalA = zvtest::sourceFile("tests/codec/cases/local-a.sdp");
+const std::string kLocalB = zvtest::sourceFile("tests/codec/cases/local-b.sdp");
 
 const std::string kOffer = "c=IN IP4 192.0.2.1\nm=audio 4000 RTP/AVP 97 0 96\na=rtpmap:97 AMR/8000\n"
                            "a=fmtp:97 mode-set=0,2,4\na=rtpmap:96 telephone-event/8000\nm=video 4002 RTP/AVP 31\n";

@@ -3,7 +3,7 @@
 // the SDP stack), read-only sessions, copies and compares.
 #include <dlfcn.h>
 
-#include "facade_fixture.h"
+#include "zvsdp_test.h"
 #include "rvsdp.h"
 
 #include "../../src/core/objects.h"
@@ -31,7 +31,7 @@ std::vector<uint32_t> capacities()
 {
     std::vector<uint32_t> out;
     for (const char *pool : {"zvsdpsdpobj", "zvsdpmediaobj", "zvsdppayloadobj", "zvsdpattrobj"})
-        out.push_back(statsOf(poolNamed(pool)).capacity);
+        out.push_back(inUse(pool, true));
     return out;
 }
 
@@ -87,7 +87,7 @@ TEST(Lifecycle, InitSizesThePoolsOnceAndDestroyFreesEverything)
     EXPECT_EQ(3u, zvSdpConstruct(&h));
 
     // A new start with another size reuses the pools of the first one (a
-    // second pool of a name would show as none here), still closed.
+    // second pool of a name would add to these), still closed.
     ASSERT_EQ(0u, zvSdpAppInit(5));
     EXPECT_EQ((std::vector<uint32_t>{2, 10, 20, 40}), capacities());
     CSdp *a = nullptr, *b = nullptr;

@@ -1,12 +1,43 @@
 // Refusals of the checked operations: 3 before the library is started, in
 // front of any argument check and without touching a handle, and 5 on
 // missing arguments, with the log lines operators search for.
-#include "facade_fixture.h"
+#include "zvsdp_test.h"
 
 using namespace zvtest;
 using namespace ::testing;
 
 namespace {
+
+// The class modules without the API flag: real handles that every guarded
+// operation must refuse without changing them.
+class NotInitialisedTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        startModules(2);
+        zvSdpSetTraceLevel(4);
+        sdp_ = zvSdpObjConstruct();
+        media_ = audioMedia(5004, {"ptime:20", "silenceSupp:off - - - -"});
+        ASSERT_TRUE(sdp_ && media_);
+        zvSdpObjAddMedia(sdp_, media_);
+        payload_ = zvSdpMediaObjGetPayload(media_, nullptr);
+        attribute_ = zvSdpMediaObjGetAttribute(media_, nullptr);
+        before_ = mediaText(media_);
+        syslogClear();
+    }
+    void TearDown() override
+    {
+        EXPECT_EQ(before_, mediaText(media_));
+        zvSdpObjDestruct(sdp_);
+        stopModules();
+    }
+
+    CSdp *sdp_ = nullptr;
+    CMedia *media_ = nullptr;
+    CPayload *payload_ = nullptr;
+    CAttribute *attribute_ = nullptr;
+    std::string before_;
+};
 
 int keepOrder(const void *, const void *, void *)
 {
@@ -65,11 +96,11 @@ TEST_F(NotInitialisedTest, EveryOperationRefusesWithThreeAndTouchesNothing)
     EXPECT_TRUE(p == payload_ && m == media_);
 }
 
-TEST_F(FacadeTest, MissingArgumentsGiveFiveAndNameEveryArgument)
+TEST_F(SessionTest, MissingArgumentsGiveFiveAndNameEveryArgument)
 {
     uint32_t u = 7;
     CSdp *none = nullptr;
-    CMedia *media = addMedia(), *m = media, *noMedia = nullptr;
+    CMedia *media = media_, *m = media, *noMedia = nullptr;
     CPayload *p = nullptr;
     CAttribute *attr = nullptr;
     ASSERT_EQ(0u, zvSdpMediaAddAttribute(media, "sendrecv", nullptr, &attr));

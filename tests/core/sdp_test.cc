@@ -1,6 +1,6 @@
 // CSdp: printing into buffers of any size, the media list, copies and deep
 // copies (independent, with their rights), all without leaving records behind.
-#include "object_fixture.h"
+#include "zvsdp_test.h"
 
 using namespace zvtest;
 using ::testing::Each;

@@ -1,44 +1,14 @@
-// The checked media, attribute and media-list operations on a started
-// library: payloads from the codec table as it is at call time, removal by
-// owner, full pools, read-only sessions, cut buffers, and ptime and
-// silenceSupp as the gateway writes and reads them.
-#include "facade_fixture.h"
+// The checked media operations: payloads from the codec table as it is at
+// call time, the first supported payload, removal by owner, rejected streams,
+// the media search, full pools and read-only sessions.
+#include "zvsdp_test.h"
 
 using namespace zvtest;
 using namespace ::testing;
 
 namespace {
 
-template <typename T>
-T *junk()
-{
-    return reinterpret_cast<T *>(0x1);
-}
-
-// Media types of the session's media in order, e.g. "1 3 1".
-std::string mediaTypes(CSdp *s)
-{
-    std::string out;
-    for (CMedia *m = zvSdpObjGetMedia(s, nullptr); m; m = zvSdpObjGetMedia(s, m))
-        out += (out.empty() ? "" : " ") + std::to_string(zvSdpMediaObjGetMediaType(m));
-    return out;
-}
-
-class MediaOpsTest : public FacadeTest {
-protected:
-    void SetUp() override
-    {
-        FacadeTest::SetUp();
-        media_ = addMedia();
-    }
-    CAttribute *attribute(const char *name, const char *value, CMedia *m = nullptr)
-    {
-        CAttribute *a = nullptr;
-        EXPECT_EQ(0u, zvSdpMediaAddAttribute(m ? m : media_, name, value, &a));
-        return a;
-    }
-    CMedia *media_ = nullptr;
-};
+using MediaOpsTest = SessionTest;
 
 TEST_F(MediaOpsTest, TableAddersTakeTheFirstMatchingRowAsTheTableIsNow)
 {
@@ -144,7 +114,7 @@ TEST_F(MediaOpsTest, FullPoolsGiveTwoAndLeaveEverythingAsItWas)
 TEST_F(MediaOpsTest, ReadOnlyRefusesChangesSilentlyAndClearsOutHandles)
 {
     CPayload *p = nullptr;
-    CAttribute *a = attribute("sendrecv", nullptr);
+    CAttribute *a = addAttribute("sendrecv", nullptr);
     zvSdpMediaAddStaticPayloadType(media_, 8, &p);
     ASSERT_EQ(0u, zvSdpAppSetReadOnly(sdp_));
     syslogClear();
@@ -166,136 +136,11 @@ TEST_F(MediaOpsTest, ReadOnlyRefusesChangesSilentlyAndClearsOutHandles)
     EXPECT_EQ(5u, zvSdpMediaAddPayloadFromPayloadType(media_, 77, nullptr));  // the table is asked first
     EXPECT_THAT(syslogTexts(), IsEmpty());
     EXPECT_EQ(before, mediaText(media_));
-    EXPECT_EQ("1", mediaTypes(sdp_));
+    EXPECT_EQ(1u, mediaOf(sdp_).size());
 
     // The attribute operations check no rights.
     EXPECT_EQ(0u, zvSdpAttrSetValueStr(a, "inactive"));
     EXPECT_EQ("a=sendrecv:inactive", attrText(a));
-}
-
-TEST_F(MediaOpsTest, MediaListAddsInOrderAndFiltersRuns)
-{
-    CSdp *other = nullptr;
-    CMedia *foreign = nullptr, *bad = junk<CMedia>();
-    zvSdpConstruct(&other);
-    zvSdpAddMediaDescriptor(other, ZVSDP_MT_AUDIO, ZVSDP_TP_RTPAVP, &foreign);
-    EXPECT_EQ(5u, zvSdpRemoveMediaDescriptor(sdp_, &foreign));
-    EXPECT_NE(nullptr, foreign);
-    ASSERT_EQ(0u, zvSdpRemoveMediaDescriptor(sdp_, &media_));
-    // Media type first, transport second: the constructor takes them the
-    // other way round.
-    EXPECT_EQ("m=app 0 udptl\n", mediaText(addMedia(ZVSDP_MT_APP, ZVSDP_TP_UDPTL)));
-    EXPECT_EQ(2u, zvSdpAddMediaDescriptor(sdp_, ZVSDP_MT_END, ZVSDP_TP_RTPAVP, &bad));
-    EXPECT_EQ(nullptr, bad);
-    EXPECT_EQ(0u, zvSdpClearMedia(sdp_));
-    EXPECT_EQ(1u, inUse("zvsdpmediaobj"));
-
-    // 1 removes the type, 0 keeps only the type, anything else nothing;
-    // runs go one after another at the front, middle and end.
-    for (uint32_t t : {1, 1, 3, 1, 1, 6, 1})
-        addMedia(t, t == 6 ? ZVSDP_TP_UDPTL : ZVSDP_TP_RTPAVP);
-    EXPECT_EQ(0u, zvSdpRemoveMediaDescriptorByMediaType(sdp_, ZVSDP_MT_AUDIO, 2));
-    EXPECT_EQ("1 1 3 1 1 6 1", mediaTypes(sdp_));
-    EXPECT_EQ(0u, zvSdpRemoveMediaDescriptorByMediaType(sdp_, ZVSDP_MT_AUDIO, 1));
-    EXPECT_EQ("3 6", mediaTypes(sdp_));
-    for (uint32_t t : {1, 1, 3, 3, 1})
-        addMedia(t);
-    EXPECT_EQ(0u, zvSdpRemoveMediaDescriptorByMediaType(sdp_, ZVSDP_MT_AUDIO, 0));
-    EXPECT_EQ("1 1 1", mediaTypes(sdp_));
-    EXPECT_EQ(4u, inUse("zvsdpmediaobj"));
-}
-
-TEST_F(MediaOpsTest, AttributeCopiesCutAtTheirOwnEdges)
-{
-    // The name copy clears the rest and keeps a byte for the end; the value
-    // copy takes the full size and ends one byte behind it.
-    using Copy = uint32_t (*)(CAttribute *, char *, uint32_t *);
-    const struct { Copy copy; uint32_t size; std::string text; uint32_t untouchedFrom; } cases[] = {
-        {zvSdpAttrGetName, 0, "", 0},           {zvSdpAttrGetName, 1, "", 1},
-        {zvSdpAttrGetName, 11, "silenceSup", 11}, {zvSdpAttrGetName, 40, "silenceSupp", 40},
-        {zvSdpAttrGetValueStr, 0, "", 0},       {zvSdpAttrGetValueStr, 1, "o", 2},
-        {zvSdpAttrGetValueStr, 11, "on 200 - - ", 12}, {zvSdpAttrGetValueStr, 12, "on 200 - - -", 13}};
-    CAttribute *a = attribute("silenceSupp", "on 200 - - -");
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.text + "/" + std::to_string(c.size));
-        Canary buf(c.size);
-        uint32_t length = c.size;
-        EXPECT_EQ(0u, c.copy(a, buf.data(), &length));
-        EXPECT_EQ(c.text.size(), length);
-        EXPECT_EQ(c.text, c.size ? buf.text() : "");
-        for (uint32_t i = c.text.size(); c.copy == zvSdpAttrGetName && i < c.size; ++i)
-            EXPECT_EQ('\0', buf.bytes[i]) << i;
-        EXPECT_TRUE(buf.untouchedFrom(c.untouchedFrom));
-    }
-}
-
-TEST_F(MediaOpsTest, PtimeIsTheFirstPtimeAttributeElseTheTableButNeverThePayloads)
-{
-    CPayload *pcmu = nullptr, *g723 = nullptr, *h261 = nullptr;
-    zvSdpMediaAddStaticPayloadType(media_, 0, &pcmu);
-    zvSdpMediaAddStaticPayloadType(media_, 4, &g723);
-    zvSdpMediaAddStaticPayloadType(media_, 31, &h261);
-    ASSERT_EQ(0u, zvSdpPayloadSetPtime(pcmu, 60));
-    attribute("PTIME", "50");
-    attribute("maxptime", "40");
-    uint32_t ptime = 7, present = 7;
-    EXPECT_EQ(0u, zvSdpMediaGetPtime(media_, pcmu, &ptime));
-    EXPECT_EQ(20u, ptime);
-    EXPECT_EQ(0u, zvSdpMediaGetPtime(media_, g723, &ptime));
-    EXPECT_EQ(30u, ptime);
-    EXPECT_EQ(5u, zvSdpMediaGetPtime(media_, h261, &ptime));
-    EXPECT_EQ(0u, ptime);
-
-    CAttribute *bad = attribute("ptime", "abc");
-    EXPECT_EQ(0u, zvSdpMediaAddAttrPtime(media_, 30, nullptr));
-    EXPECT_EQ(0u, zvSdpMediaAddAttrPtime(media_, 40, nullptr));
-    EXPECT_EQ(0u, zvSdpMediaIsPtimePresent(media_, &present));
-    EXPECT_EQ(1u, present);
-    EXPECT_EQ(9u, zvSdpMediaGetPtime(media_, pcmu, &ptime));
-    ASSERT_EQ(0u, zvSdpMediaRemoveAttribute(media_, &bad));
-    EXPECT_EQ(0u, zvSdpMediaGetPtime(media_, h261, &ptime));
-    EXPECT_EQ(30u, ptime);
-}
-
-TEST_F(MediaOpsTest, SilenceSuppressionValuesBoundsAndTheQueryForOff)
-{
-    const uint32_t kMax = 0xFFFFFFFFu;
-    // A missing text means refused with 5.
-    const struct { uint32_t enable, timer, preference, sidUse, level; const char *text; } cases[] = {
-        {1, 200, 2, 3, 0, "on 200 custom Sampled Noise -"}, {1, 0, 0, 0, 0, "on 0 - - -"},
-        {1, 200, 1, 2, 127, "on 200 standard Fixed Noise 127"}, {1, 5, 1, 1, 0, "on 5 standard No SID -"},
-        {1, 1, 0, 2, 30, "on 1 - Fixed Noise 30"}, {1, 1, 2, 2, 78, "on 1 custom Fixed Noise 78"},
-        {1, kMax, 0, 0, 500, "on -1 - - -"}, {0, 9, 9, 9, 9, "off - - - -"},
-        {1, 1, 0, 2, 29, nullptr}, {1, 1, 0, 2, 79, nullptr}, {1, 1, 0, 2, 126, nullptr},
-        {1, 1, 0, 2, 128, nullptr}, {1, 1, 0, 2, 0, nullptr}, {1, 0, 3, 0, 0, nullptr},
-        {1, 0, 0, 4, 0, nullptr}, {2, 0, 0, 0, 0, nullptr},
-    };
-    CAttribute *seed = attribute("x", nullptr);  // the list stays from the first attribute on
-    zvSdpMediaRemoveAttribute(media_, &seed);
-    const uint32_t strings = liveStringsAndLists();
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.text ? c.text : "refused " + std::to_string(c.level));
-        CAttribute *a = junk<CAttribute>();
-        uint32_t rc = zvSdpMediaAddAttrSilenceSupp(media_, c.enable, c.timer, c.preference, c.sidUse, c.level, &a);
-        EXPECT_EQ(c.text ? 0u : 5u, rc);
-        EXPECT_EQ(c.text ? "a=silenceSupp:" + std::string(c.text) : "", a ? attrText(a) : "");
-        EXPECT_EQ(a, zvSdpMediaObjGetAttribute(media_, nullptr));
-        if (rc == 0)
-            zvSdpMediaRemoveAttribute(media_, &a);
-    }
-    EXPECT_EQ(strings, liveStringsAndLists());
-    EXPECT_THAT(syslogTexts(), IsEmpty());
-
-    // "off" in any media's silenceSupp switches it off for the session.
-    uint32_t off = 7;
-    attribute("silenceSupp", "on 200 - - -");
-    CMedia *second = addMedia(ZVSDP_MT_VIDEO);
-    attribute("silencesupp", "off - - - -", second);  // not the name
-    EXPECT_EQ(0u, zvSdpMediaIsSilenceSuppressionEnabled(sdp_, &off));
-    EXPECT_EQ(0u, off);
-    attribute("silenceSupp", "off - - - -", second);
-    EXPECT_EQ(0u, zvSdpMediaIsSilenceSuppressionEnabled(sdp_, &off));
-    EXPECT_EQ(1u, off);
 }
 
 }  // namespace
