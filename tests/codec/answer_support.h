@@ -10,7 +10,7 @@
 
 namespace zvtest {
 
-// A file's text, `relative` to the source tree; the test fails when there is none.
+// A file's text, `relative` to the source tree (empty when there is none).
 std::string sourceFile(const std::string &relative);
 
 // The names of the files in `folder` that end in `suffix`, sorted; none when

@@ -1,14 +1,19 @@
-// The answers of cases/: one file per case, with a title, flags, the local
-// capabilities (local: a or b for the two sets of this folder, or a
-// "== local" section), the offer and the expected answer. Each case runs
-// through both entry points (unless "text-only": the stack skips some lines
-// the text reader takes) and the answer must also pass the RFC 3264 checker.
+// The offer/answer cases of cases/, one file each, answered as the zvsdp
+// tool's `answer` runs them: rfc3264/ by the RFC 3264 answer, from the text
+// and (unless "text-only") from the stack's parse of it, each answer also
+// judged by the RFC 3264 checker; builder/ by the capability builder on the
+// parsed offer, the new session printed. A case file:
 //
-//   flags: text-only | crlf (offer lines end in CRLF) | rc=N | body=ADDRESS
+//   title: what the case shows
+//   flags: crlf (offer lines end in CRLF) | rc=N (the result code, of the
+//          offer's parse or of the answer) | rfc3264/: text-only, body=ADDRESS
+//          (a complete body) | builder/: keep-unmatched, filter-dtmf
+//   local: FILE    offer: FILE    answer: FILE    (paths in the source tree)
+//   == local       == offer       == answer       (or the text itself)
 #include <cstdlib>
+#include <map>
+#include <set>
 #include <sstream>
-
-#include <gmock/gmock.h>
 
 #include "answer_support.h"
 #include "rfc3264_checker.h"
@@ -18,62 +23,85 @@ using namespace zvtest;
 namespace {
 
 struct Case {
-    std::string name, title, local, offer, answer, bodyAddress;
-    bool textOnly = false;
+    std::string name, title, local, offer, answer, body, error;
+    std::set<std::string> flags;
+    bool rfc3264 = false;
     uint32_t rc = ZVSDP_RC_OK;
+    bool has(const char *flag) const { return flags.count(flag) != 0; }
 };
 
-std::string folder()
-{
-    return std::string(ZVSDP_SOURCE_DIR) + "/tests/codec/cases";
-}
-
-Case load(const std::string &name)
+Case load(const std::string &folder, const std::string &file)
 {
     Case c;
-    c.name = name.substr(0, name.size() - 5);
-    std::istringstream in(sourceFile("tests/codec/cases/rfc3264/" + name));
-    std::string line, section, localSet;
-    bool crlf = false;
+    c.name = folder + "_" + file.substr(0, file.size() - 5);
+    c.rfc3264 = folder == "rfc3264";
+    const std::set<std::string> known = c.rfc3264 ? std::set<std::string>{"crlf", "text-only"}
+                                                  : std::set<std::string>{"crlf", "keep-unmatched", "filter-dtmf"};
+    std::map<std::string, std::string *> parts = {{"local", &c.local}, {"offer", &c.offer}, {"answer", &c.answer}};
+    std::istringstream in(sourceFile("tests/codec/cases/" + folder + "/" + file));
+    std::string line, section;
     while (std::getline(in, line)) {
         if (line.rfind("== ", 0) == 0) {
             section = line.substr(3);
-            continue;
-        }
-        if (section.empty()) {
+            c.error += parts.count(section) ? "" : " section " + section;
+        } else if (!section.empty() && parts.count(section)) {
+            *parts[section] += line + (section == "offer" && c.has("crlf") ? "\r\n" : "\n");
+        } else if (section.empty() && !line.empty()) {
             size_t colon = line.find(':');
             std::string key = line.substr(0, colon), value = colon == std::string::npos ? "" : line.substr(colon + 1);
             value.erase(0, value.find_first_not_of(' '));
+            std::istringstream words(key == "flags" ? value : "");
+            for (std::string flag; words >> flag; c.flags.insert(flag)) {
+                if (flag.rfind("rc=", 0) == 0)
+                    c.rc = static_cast<uint32_t>(std::strtoul(flag.c_str() + 3, nullptr, 10));
+                else if (c.rfc3264 && flag.rfind("body=", 0) == 0)
+                    c.body = flag.substr(5);
+                else if (!known.count(flag))
+                    c.error += " flag " + flag;
+            }
             if (key == "title")
                 c.title = value;
-            else if (key == "local")
-                localSet = value;
-            std::istringstream flags(key == "flags" ? value : "");
-            std::string flag;
-            while (flags >> flag) {
-                c.textOnly = c.textOnly || flag == "text-only";
-                crlf = crlf || flag == "crlf";
-                if (flag.rfind("rc=", 0) == 0)
-                    c.rc = static_cast<uint32_t>(std::atoi(flag.c_str() + 3));
-                if (flag.rfind("body=", 0) == 0)
-                    c.bodyAddress = flag.substr(5);
-            }
-            continue;
+            else if (parts.count(key) && (*parts[key] = sourceFile(value)).empty())
+                c.error += " file " + value;
+            else if (key != "flags" && !parts.count(key))
+                c.error += " key " + key;
         }
-        std::string &to = section == "local" ? c.local : section == "offer" ? c.offer : c.answer;
-        to += line + (section == "offer" && crlf ? "\r\n" : "\n");
     }
-    if (!localSet.empty())
-        c.local = sourceFile("tests/codec/cases/local-" + localSet + ".sdp");
     return c;
 }
 
 std::vector<Case> cases()
 {
     std::vector<Case> out;
-    for (const std::string &n : filesIn(folder() + "/rfc3264", ".case"))
-        out.push_back(load(n));
+    for (const char *folder : {"rfc3264", "builder"})
+        for (const std::string &file : filesIn(std::string(ZVSDP_SOURCE_DIR) + "/tests/codec/cases/" + folder, ".case"))
+            out.push_back(load(folder, file));
     return out;
+}
+
+// The capability builder as `zvsdp answer` runs it.
+Answer build(const Case &c, CSdp *local)
+{
+    Answer a;
+    CSdp *remote = nullptr, *answer = nullptr;
+    a.rc = zvSdpConstructFromString(c.offer.c_str(), &remote);
+    if (a.rc == ZVSDP_RC_OK)
+        a.rc = zvSdpConstruct(&answer);
+    if (a.rc == ZVSDP_RC_OK)
+        a.rc = zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities(remote, local, answer,
+                                                                            c.has("keep-unmatched") ? 0 : 1);
+    if (a.rc == ZVSDP_RC_OK && c.has("filter-dtmf"))
+        a.rc = zvSdpFilterTelephoneEventsForAdvertisedCodecs(answer);
+    if (a.rc == ZVSDP_RC_OK)
+        a.text = printed(answer);
+    for (CSdp *s : {remote, answer})
+        EXPECT_TRUE(!s || zvSdpDestruct(&s) == ZVSDP_RC_OK);
+    return a;
+}
+
+void PrintTo(const Case &c, std::ostream *os)
+{
+    *os << c.name;
 }
 
 class Cases : public AnswerTest, public ::testing::WithParamInterface<Case> {};
@@ -82,22 +110,28 @@ TEST_P(Cases, AnswerAsExpected)
 {
     const Case &c = GetParam();
     SCOPED_TRACE(c.title);
+    ASSERT_EQ("", c.error) << "not understood in the case file";
     CSdp *local = parsed(c.local);
     ASSERT_NE(nullptr, local);
-    uint32_t before = inUse();
-    ZvSdpAnswerSession body = {nullptr, nullptr, nullptr, c.bodyAddress.c_str(), nullptr, nullptr};
-    const ZvSdpAnswerSession *s = c.bodyAddress.empty() ? nullptr : &body;
-
-    Answer text = fromText(c.offer, local, s);
-    EXPECT_EQ(c.rc, text.rc);
-    EXPECT_EQ(c.answer, text.text);
-    if (c.rc == ZVSDP_RC_OK) {
-        EXPECT_THAT(rfc3264::judge(c.offer, text.text, c.local), ::testing::IsEmpty());
-    }
-    if (!c.textOnly) {
-        Answer message = fromMessage(c.offer, local, s);
-        EXPECT_EQ(c.rc, message.rc);
-        EXPECT_EQ(c.answer, message.text);
+    const uint32_t before = inUse();
+    if (!c.rfc3264) {
+        Answer a = build(c, local);
+        EXPECT_EQ(c.rc, a.rc);
+        EXPECT_EQ(c.answer, a.text);
+    } else {
+        ZvSdpAnswerSession body = {nullptr, nullptr, nullptr, c.body.c_str(), nullptr, nullptr};
+        const ZvSdpAnswerSession *s = c.body.empty() ? nullptr : &body;
+        Answer text = fromText(c.offer, local, s);
+        EXPECT_EQ(c.rc, text.rc);
+        EXPECT_EQ(c.answer, text.text);
+        if (c.rc == ZVSDP_RC_OK) {
+            EXPECT_THAT(rfc3264::judge(c.offer, text.text, c.local), ::testing::IsEmpty());
+        }
+        if (!c.has("text-only")) {
+            Answer message = fromMessage(c.offer, local, s);
+            EXPECT_EQ(c.rc, message.rc);
+            EXPECT_EQ(c.answer, message.text);
+        }
     }
     EXPECT_EQ(before, inUse());
     zvSdpDestruct(&local);
