@@ -1,6 +1,6 @@
 // The codec table and the lookups answered from it. The gateway's other
-// processes know the same table, so its rows and order, the first-row-wins
-// rules, the rtpmap decision and renumbering (kept for the process) are pinned.
+// processes know the same table, so its first-row-wins rules, the rtpmap
+// decision and renumbering (kept for the process) are pinned.
 #include "zvsdp_test.h"
 
 #include <algorithm>
@@ -11,43 +11,14 @@ using namespace zvtest;
 
 namespace {
 
-constexpr uint32_t A = ZVSDP_MT_AUDIO, V = ZVSDP_MT_VIDEO, I = ZVSDP_MT_IMAGE;
-const ZvSdpCodecEntry kExpected[] = {
-    {0, 0, "PCMU", A, 8000, 1, 64000, 0, 20},      {0, 3, "GSM", A, 8000, 1, 64000, 0, 20},
-    {0, 4, "G723", A, 8000, 1, 6300, 0, 30},       {0, 5, "DVI4", A, 8000, 1, 64000, 0, 20},
-    {0, 6, "DVI4", A, 16000, 1, 64000, 0, 20},     {0, 16, "DVI4", A, 11025, 1, 64000, 0, 20},
-    {0, 17, "DVI4", A, 22050, 1, 64000, 0, 20},    {0, 7, "LPC", A, 8000, 1, 5600, 0, 20},
-    {0, 8, "PCMA", A, 8000, 1, 64000, 0, 20},      {0, 9, "G722", A, 8000, 1, 64000, 0, 20},
-    {0, 10, "L16", A, 44100, 2, 64000, 0, 20},     {0, 11, "L16", A, 44100, 1, 64000, 0, 20},
-    {0, 12, "QCELP", A, 8000, 1, 6800, 0, 20},     {0, 13, "CN", A, 8000, 1, 64000, 0, 20},
-    {0, 14, "MPA", A, 90000, 1, 64000, 0, 20},     {0, 15, "G728", A, 8000, 1, 16000, 0, 20},
-    {0, 18, "G729", A, 8000, 1, 8000, 0, 20},      {0, 25, "CelB", V, 90000, 0, 0, 0, 0},
-    {0, 26, "JPEG", V, 90000, 0, 0, 0, 0},         {0, 28, "nv", V, 90000, 0, 0, 0, 0},
-    {0, 31, "H261", V, 90000, 0, 0, 0, 0},         {0, 32, "MPV", V, 90000, 0, 0, 0, 0},
-    {0, 33, "MP2T", V, 90000, 0, 0, 0, 0},         {0, 34, "H263", V, 90000, 0, 0, 0, 0},
-    {1, 96, "telephone-event", A, 8000, 1, 64000, 0, 20},
-    {1, 97, "G726-16", A, 8000, 1, 16000, 0, 20},  {1, 98, "G726-24", A, 8000, 1, 24000, 0, 20},
-    {1, 99, "G726-32", A, 8000, 1, 32000, 0, 20},  {1, 100, "G726-40", A, 8000, 1, 40000, 0, 20},
-    {1, 101, "G729D", A, 8000, 1, 6400, 0, 20},    {1, 102, "G729E", A, 8000, 1, 11800, 0, 20},
-    {1, 103, "GSM-EFR", A, 8000, 1, 12200, 0, 20}, {1, 104, "H263-1998", V, 90000, 0, 0, 0, 0},
-    {1, 105, "T38", I, 90000, 0, 0, 0, 0},         {1, 106, "AMR", A, 8000, 1, 12200, 0, 20},
-    {1, 107, "AMR-WB", A, 16000, 1, 23850, 0, 20}, {1, 108, "telephone-event", A, 16000, 1, 0, 0, 20},
-    {1, 109, "ILBC", A, 8000, 1, 15200, 0, 20},
-};
-
-std::string rowText(const ZvSdpCodecEntry &r)
+// The rows themselves, as `zvsdp codecs` prints them, are examples/codecs.txt;
+// what that listing cannot show is checked here.
+TEST(CodecTable, HoldsThirtyEightRowsOfNineWordsTheImageRowAndNoReservedWord)
 {
-    return ::testing::PrintToString(std::make_tuple(r.isDynamic, r.payloadType, std::string(r.encodingName),
-                                                    r.mediaType, r.clockRate, r.channels, r.bitRate, r.reserved,
-                                                    r.defaultPtime));
-}
-
-TEST(CodecTable, HoldsTheThirtyEightRowsInOrder)
-{
-    static_assert(sizeof kExpected / sizeof kExpected[0] == ZVSDP_CODEC_TABLE_ROWS, "row count");
     static_assert(sizeof(zvSdpCodecTable) / sizeof(zvSdpCodecTable[0]) == 38, "row count");
-    for (size_t i = 0; i < ZVSDP_CODEC_TABLE_ROWS; ++i)
-        EXPECT_EQ(rowText(kExpected[i]), rowText(zvSdpCodecTable[i])) << "row " << i;
+    for (const ZvSdpCodecEntry &row : zvSdpCodecTable)
+        EXPECT_EQ(0u, row.reserved) << row.encodingName;
+    EXPECT_EQ(static_cast<uint32_t>(ZVSDP_MT_IMAGE), zvSdpCodecTable[33].mediaType);
 }
 
 class StartedLibrary : public LibraryTest {
@@ -137,6 +108,8 @@ TEST_F(StartedLibrary, EncodingNamesAreCutToTheBuffer)
 
 TEST_F(StartedLibrary, RenumberingMovesARowToTheLowestFreeDynamicNumber)
 {
+    ZvSdpCodecEntry before[ZVSDP_CODEC_TABLE_ROWS];
+    memcpy(before, zvSdpCodecTable, sizeof before);
     uint32_t pt = 0, len = 20;
     char buf[20];
     EXPECT_EQ(ZVSDP_RC_OK, zvSdpUpdateDynamicCodecPayloadType("G729D"));
@@ -151,7 +124,7 @@ TEST_F(StartedLibrary, RenumberingMovesARowToTheLowestFreeDynamicNumber)
     EXPECT_EQ(ZVSDP_RC_OK, zvSdpUpdateDynamicCodecPayloadType("PCMU"));
     EXPECT_EQ(ZVSDP_RC_OK, zvSdpUpdateDynamicCodecPayloadType("opus"));
     for (size_t i = 0; i < ZVSDP_CODEC_TABLE_ROWS; ++i)
-        EXPECT_EQ(i == 24 ? 110u : i == 0 ? 96u : kExpected[i].payloadType, zvSdpCodecTable[i].payloadType) << i;
+        EXPECT_EQ(i == 24 ? 110u : i == 0 ? 96u : before[i].payloadType, zvSdpCodecTable[i].payloadType) << i;
     // The renumbering outlives a stop and start.
     zvSdpAppDestroy();
     ASSERT_EQ(ZVSDP_RC_OK, zvSdpAppInit(1));
