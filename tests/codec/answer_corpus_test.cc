@@ -1,5 +1,5 @@
 // The real SDP bodies of ../shared/corpus/wild (phones, trunks, gateways,
-// IMS, WebRTC, T.38) answered against both local sets of this folder, each
+// IMS, WebRTC, T.38) answered against both local sets of cases/, each
 // answer judged by the RFC 3264 checker: through the text entry point, the
 // stack-message entry point (judged against the stack's own reading of the
 // body), the complete-body form and, natively, the zvsdp tool.
