@@ -52,7 +52,8 @@ Case load(const std::string &folder, const std::string &file)
             std::string key = line.substr(0, colon), value = colon == std::string::npos ? "" : line.substr(colon + 1);
             value.erase(0, value.find_first_not_of(' '));
             std::istringstream words(key == "flags" ? value : "");
-            for (std::string flag; words >> flag; c.flags.insert(flag)) {
+            for (std::string flag; words >> flag;) {
+                c.flags.insert(flag);
                 if (flag.rfind("rc=", 0) == 0)
                     c.rc = static_cast<uint32_t>(std::strtoul(flag.c_str() + 3, nullptr, 10));
                 else if (c.rfc3264 && flag.rfind("body=", 0) == 0)
