@@ -126,6 +126,19 @@ TEST_F(Negotiation, BadSessionsAndAnExhaustedMediaPool)
     EXPECT_EQ(rejected, answer(videos, 1, ZVSDP_RC_NO_RESOURCE));
 }
 
+// Before the library starts, counting the offer's media fails: the count
+// and the builder each log the code's text.
+TEST(NegotiationNotStarted, AFailedMediaCountIsLoggedByTheBuilderToo)
+{
+    zvSdpHelperSetTraceLevel(3);
+    syslogClear();
+    CSdp *never = reinterpret_cast<CSdp *>(&never);  // not looked at: the count fails first
+    EXPECT_EQ(ZVSDP_RC_NOT_ALLOWED,
+              zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities(never, never, never, 1));
+    EXPECT_THAT(logEntries(), ::testing::ElementsAre(helperLog('D', "getNumberOfMediaDescriptors", rcText(3)),
+                                                     built(rcText(3))));
+}
+
 // The first common payload follows the first media's order and skips
 // telephone events. Equal means the same AMR band, or else the same name in
 // any case, clock and channels.

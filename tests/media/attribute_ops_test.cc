@@ -89,6 +89,9 @@ TEST_F(AttributeOpsTest, SilenceSuppressionValuesBoundsAndTheQueryForOff)
     }
     EXPECT_EQ(strings, liveStringsAndLists());
     EXPECT_THAT(syslogTexts(), IsEmpty());
+    CAttribute *a = junk<CAttribute>();
+    EXPECT_EQ(5u, zvSdpMediaAddAttrSilenceSupp(nullptr, 1, 0, 0, 0, 0, &a));
+    EXPECT_EQ(nullptr, a);
 
     // "off" in any media's silenceSupp switches it off for the session.
     uint32_t off = 7;

@@ -101,12 +101,13 @@ TEST_F(MediaOpsTest, FullPoolsGiveTwoAndLeaveEverythingAsItWas)
     CPayload *p = junk<CPayload>();
     CAttribute *a = junk<CAttribute>();
     CMedia *m = junk<CMedia>();
+    CAttribute *silence = junk<CAttribute>();
     EXPECT_EQ(2u, zvSdpMediaAddPayload(media_, 8, "PCMA", 8000, 1, "x", &p));
     EXPECT_EQ(2u, zvSdpMediaAddDynamicPayloadBasedOnName(media_, "PCMA", nullptr));
     EXPECT_EQ(2u, zvSdpMediaAddAttrPtime(media_, 20, &a));
-    EXPECT_EQ(2u, zvSdpMediaAddAttrSilenceSupp(media_, 0, 0, 0, 0, 0, nullptr));
+    EXPECT_EQ(2u, zvSdpMediaAddAttrSilenceSupp(media_, 0, 0, 0, 0, 0, &silence));
     EXPECT_EQ(2u, zvSdpAddMediaDescriptor(sdp_, ZVSDP_MT_AUDIO, ZVSDP_TP_RTPAVP, &m));
-    EXPECT_TRUE(p == nullptr && a == nullptr && m == nullptr);
+    EXPECT_TRUE(p == nullptr && a == nullptr && m == nullptr && silence == nullptr);
     EXPECT_EQ(before, mediaText(media_));
     EXPECT_EQ(strings, liveStringsAndLists());
 }
@@ -130,7 +131,9 @@ TEST_F(MediaOpsTest, ReadOnlyRefusesChangesSilentlyAndClearsOutHandles)
     EXPECT_EQ(3u, zvSdpMediaRemoveAttribute(media_, &a));
     EXPECT_EQ(3u, zvSdpMediaRemovePayload(media_, &p));
     EXPECT_TRUE(a && p);
-    EXPECT_EQ(3u, zvSdpMediaAddAttrSilenceSupp(media_, 0, 0, 0, 0, 0, nullptr));
+    CAttribute *silence = junk<CAttribute>();
+    EXPECT_EQ(3u, zvSdpMediaAddAttrSilenceSupp(media_, 0, 0, 0, 0, 0, &silence));
+    EXPECT_EQ(nullptr, silence);
     EXPECT_EQ(3u, zvSdpRemoveMediaDescriptorByMediaType(sdp_, ZVSDP_MT_AUDIO, 1));
     EXPECT_EQ(3u, zvSdpClearMedia(sdp_));
     EXPECT_EQ(5u, zvSdpMediaAddPayloadFromPayloadType(media_, 77, nullptr));  // the table is asked first

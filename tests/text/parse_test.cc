@@ -5,6 +5,7 @@
 #include "rvsdp.h"
 
 using namespace zvtest;
+using ::testing::ElementsAre;
 
 namespace {
 
@@ -94,6 +95,38 @@ TEST_F(Parse, CopyFromTheStackMovesTelephoneEventLastAndDropsThePort)
               "m=image 0 udptl 105\na=rtpmap:105 T38/90000\n",
               printed(s));
     EXPECT_EQ("m=audio 5004 RTP/AVP 0 101\r\n", encoded(&msg).substr(encoded(&msg).find("m=audio"), 28));
+    rvSdpMsgDestruct(&msg);
+    destroyAll({s});
+}
+
+// The telephone-event number is logged for every media, -1 when it has
+// none, and a format of any length is named whole in its line.
+TEST_F(Parse, CopyFromTheStackLogsEachTelephoneEventNumberAndFormatsWhole)
+{
+    const std::string format(3000, 'x');
+    const std::string text = "m=audio 5004 RTP/AVP 0 " + format +
+                             "\r\nm=audio 5006 RTP/AVP 101\r\na=rtpmap:101 telephone-event/8000\r\n";
+    RvSdpMsg msg;
+    int status = 0;
+    rvSdpMsgConstructParse(&msg, text.c_str(), nullptr, &status);
+    ASSERT_EQ(RVSDP_OK, status);
+    CSdp *s = nullptr;
+    zvSdpConstruct(&s);
+    zvSdpSetTraceLevel(3);
+    syslogClear();
+    EXPECT_EQ(ZVSDP_RC_OK, zvSdpCopyRvMedia(s, &msg));
+    std::vector<std::string> events, unsupported;
+    for (const std::string &line : syslogTexts()) {
+        size_t at = line.find(" - ");
+        std::string message = at == std::string::npos ? line : line.substr(at + 3);
+        if (message.rfind("zvSdpCopyRvMedia: Telephone Event payload = ", 0) == 0)
+            events.push_back(message);
+        if (message.rfind("unsupported  payloadtype ", 0) == 0)
+            unsupported.push_back(message);
+    }
+    EXPECT_THAT(events, ElementsAre("zvSdpCopyRvMedia: Telephone Event payload = -1\r\n",
+                                    "zvSdpCopyRvMedia: Telephone Event payload = 101\r\n"));
+    EXPECT_THAT(unsupported, ElementsAre("unsupported  payloadtype " + format + "\r\n"));
     rvSdpMsgDestruct(&msg);
     destroyAll({s});
 }
