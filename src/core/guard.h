@@ -90,6 +90,16 @@ inline uint32_t copyOut(char *buffer, uint32_t *length, dynstr_t text, TextOut::
         return ZVSDP_RC_OK;                                                               \
     }
 
+// A text of the object copied into the caller's buffer, as copyOut does it.
+#define ZV_CHECKED_TEXT_GET(name, Class, read, clear, cut, invalidText)                               \
+    ZVSDP_API uint32_t name(Class *object, char *buffer, uint32_t *length)                            \
+    {                                                                                                 \
+        ZV_RETURN_IF_NOT_STARTED_QUIETLY();                                                           \
+        ZV_RETURN_INVALID_IF(!object || !buffer || !length, invalidText, zv::vp(object), zv::vp(buffer), \
+                             zv::vp(length));                                                         \
+        return zv::copyOut(buffer, length, read(object), zv::TextOut::clear, zv::TextOut::cut);      \
+    }
+
 // The first item of a container's list, and the one after a given item;
 // read(container, previous) is the object operation that steps the list.
 #define ZV_CHECKED_WALK(first, next, Container, Item, read, startGuard, firstText, nextText)      \

@@ -72,23 +72,12 @@ ZV_NAME_TEST(zvSdpAttrIsCdsc, "cdsc", false)
 ZV_NAME_TEST(zvSdpAttrIsCpar, "cpar", false)
 ZV_NAME_TEST(zvSdpAttrIsSqn, "sqn", false)
 
-ZVSDP_API uint32_t zvSdpAttrGetName(CAttribute *attrObj, char *name, uint32_t *length)
-{
-    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
-    ZV_RETURN_INVALID_IF(!attrObj || !name || !length, "Invalid parameter detected: attrObj=%p, &name=%p, &length=%p",
-                         vp(attrObj), vp(name), vp(length));
-    return copyOut(name, length, zvSdpAttrObjGetName(attrObj), TextOut::kWholeBufferCleared, TextOut::kCutBeforeLast);
-}
-
-ZVSDP_API uint32_t zvSdpAttrGetValueStr(CAttribute *attrObj, char *value, uint32_t *length)
-{
-    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
-    ZV_RETURN_INVALID_IF(!attrObj || !value || !length, "Invalid parameter detected: attrObj=%p, &value=%p, &length=%p",
-                         vp(attrObj), vp(value), vp(length));
-    // The full size is handed on, so the copy may write size + 1 bytes:
-    // callers of this operation pass a buffer one byte larger.
-    return copyOut(value, length, zvSdpAttrObjGetValue(attrObj), TextOut::kFirstByteCleared, TextOut::kFullSize);
-}
+ZV_CHECKED_TEXT_GET(zvSdpAttrGetName, CAttribute, zvSdpAttrObjGetName, kWholeBufferCleared, kCutBeforeLast,
+                    "Invalid parameter detected: attrObj=%p, &name=%p, &length=%p")
+// The full size is handed on, so the copy may write size + 1 bytes: callers
+// of this operation pass a buffer one byte larger.
+ZV_CHECKED_TEXT_GET(zvSdpAttrGetValueStr, CAttribute, zvSdpAttrObjGetValue, kFirstByteCleared, kFullSize,
+                    "Invalid parameter detected: attrObj=%p, &value=%p, &length=%p")
 
 ZVSDP_API uint32_t zvSdpAttrGetValueInt(CAttribute *attrObj, uint32_t *value)
 {

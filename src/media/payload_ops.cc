@@ -90,13 +90,8 @@ ZV_CHECKED_GET(zvSdpPayloadGetClock, CPayload, uint32_t, zvSdpPayloadObjGetClock
 ZV_CHECKED_GET(zvSdpPayloadGetChannels, CPayload, uint32_t, zvSdpPayloadObjGetChannels, ZV_RETURN_IF_NOT_STARTED_QUIETLY,
                "Invalid parameter detected: objHndl=%p, &clock=%p")
 
-ZVSDP_API uint32_t zvSdpPayloadGetFmtp(CPayload *objHndl, char *buf, uint32_t *buflen)
-{
-    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
-    ZV_RETURN_INVALID_IF(!objHndl || !buf || !buflen, "Invalid parameter detected: objHndl=%p, &buf=%p, &buflen=%p",
-                         vp(objHndl), vp(buf), vp(buflen));
-    return copyOut(buf, buflen, zvSdpPayloadObjGetFmtp(objHndl), TextOut::kFirstByteCleared, TextOut::kCutBeforeLast);
-}
+ZV_CHECKED_TEXT_GET(zvSdpPayloadGetFmtp, CPayload, zvSdpPayloadObjGetFmtp, kFirstByteCleared, kCutBeforeLast,
+                    "Invalid parameter detected: objHndl=%p, &buf=%p, &buflen=%p")
 
 ZVSDP_API uint32_t zvSdpMediaGetInbandDtmf(CMedia *mediaObj, uint32_t *inbandDtmf)
 {

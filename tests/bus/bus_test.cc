@@ -104,11 +104,12 @@ const char *envPath(const char *name)
     return value && *value ? value : nullptr;
 }
 
-bool readAll(int fd, void *data, size_t len)
+// All len bytes through read or write, which may move fewer per call.
+template <class Byte, class Io>
+bool whole(Io io, int fd, Byte *p, size_t len)
 {
-    auto *p = static_cast<char *>(data);
     while (len > 0) {
-        ssize_t n = read(fd, p, len);
+        ssize_t n = io(fd, p, len);
         if (n <= 0)
             return false;
         p += n;
@@ -117,17 +118,14 @@ bool readAll(int fd, void *data, size_t len)
     return true;
 }
 
+bool readAll(int fd, void *data, size_t len)
+{
+    return whole(read, fd, static_cast<char *>(data), len);
+}
+
 bool writeAll(int fd, const void *data, size_t len)
 {
-    const auto *p = static_cast<const char *>(data);
-    while (len > 0) {
-        ssize_t n = write(fd, p, len);
-        if (n <= 0)
-            return false;
-        p += n;
-        len -= static_cast<size_t>(n);
-    }
-    return true;
+    return whole(write, fd, static_cast<const char *>(data), len);
 }
 
 bool accepts(const std::string &socketPath)

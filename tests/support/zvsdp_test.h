@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "memm.h"
+#include "rvsdp.h"
 #include "syslog_capture.h"
 #include "zvcommon.h"
 #include "zvsdp.h"
@@ -97,6 +98,14 @@ inline std::string ptrText(const void *p)
 inline std::string rcText(uint32_t rc) { return zvPbxGetErrorString(rc); }
 
 // ---- objects as text -----------------------------------------------------------
+
+// A stack message's text as the stack encodes it ("" when over 2 KB).
+inline std::string encoded(RvSdpMsg *msg)
+{
+    char buffer[2048];
+    int n = rvSdpMsgEncodeToBuf(msg, buffer, sizeof buffer);
+    return n >= 0 && n < static_cast<int>(sizeof buffer) ? std::string(buffer, n) : std::string();
+}
 
 inline std::string dynText(struct dynstr_s *s)
 {

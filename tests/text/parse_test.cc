@@ -2,7 +2,6 @@
 // refused, the 1023-character limit, and the copy from a message the host's
 // stack parsed (printed as the gateway sends it).
 #include "zvsdp_test.h"
-#include "rvsdp.h"
 
 using namespace zvtest;
 using ::testing::ElementsAre;
@@ -10,13 +9,6 @@ using ::testing::ElementsAre;
 namespace {
 
 using Parse = LibraryTest;
-
-std::string encoded(RvSdpMsg *msg)
-{
-    char buffer[2048];
-    int n = rvSdpMsgEncodeToBuf(msg, buffer, sizeof buffer);
-    return n >= 0 && n < static_cast<int>(sizeof buffer) ? std::string(buffer, n) : std::string();
-}
 
 TEST_F(Parse, ParsedOffersPrintAsTheGatewaySendsThem)
 {

@@ -1,20 +1,12 @@
 // Objects into SDP text and the stack's messages: the caller's buffer, the
 // mirror's default formats and what the stack cannot carry, the RTP figures.
 #include "zvsdp_test.h"
-#include "rvsdp.h"
 
 using namespace zvtest;
 
 namespace {
 
 using Print = LibraryTest;
-
-std::string encoded(RvSdpMsg *msg)
-{
-    char buffer[2048];
-    int n = rvSdpMsgEncodeToBuf(msg, buffer, sizeof buffer);
-    return n >= 0 && n < static_cast<int>(sizeof buffer) ? std::string(buffer, n) : std::string();
-}
 
 TEST_F(Print, SessionPrintsIntoTheCallersBuffer)
 {
