@@ -93,6 +93,9 @@ TEST_F(Amr, ParsesByTheRulesAndWritesTheCanonicalText)
         {"AMR", "max-red=100;max-red=300", "channels=1;mode-change-capability=0;max-red=100"},
         // A mode-set text is kept to 31 characters.
         {"AMR", "mode-set=1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,3", "mode-set=1;" + kTail},
+        // A key's last letter alone, at the very start of the text and of a
+        // piece, is no key (and nothing before the text is read for it).
+        {"AMR", "d=1;t=7;n=1;y=2;s=0", kTail},
     };
     for (const auto &c : cases) {
         CPayload *p = payload(c.name, c.fmtp);

@@ -5,6 +5,8 @@
 #include "zvsdp_test.h"
 
 using namespace zvtest;
+using ::testing::Contains;
+using ::testing::ElementsAre;
 
 namespace {
 
@@ -126,6 +128,28 @@ TEST_F(Negotiation, BadSessionsAndAnExhaustedMediaPool)
     EXPECT_EQ(rejected, answer(videos, 1, ZVSDP_RC_NO_RESOURCE));
 }
 
+// With the media pool full the answer gets no media, and the AMR merge that
+// follows finds none to carry the common payload's parameters into.
+TEST_F(Negotiation, AnAnswerLeftWithoutMediaByAFullPoolSkipsTheAmrMerge)
+{
+    release(local_);
+    local_ = parsed("m=audio 5004 RTP/AVP 106\na=rtpmap:106 AMR/8000\na=fmtp:106 mode-set=0,2\n");
+    CSdp *filler = nullptr;
+    ASSERT_EQ(ZVSDP_RC_OK, zvSdpConstruct(&filler));
+    ASSERT_EQ(ZVSDP_RC_OK, zvSdpConstruct(&answer_));
+    CSdp *remote = offer("m=audio 5000 RTP/AVP 106\r\na=rtpmap:106 AMR/8000\r\n");
+    while (zvSdpAddMediaDescriptor(filler, ZVSDP_MT_AUDIO, ZVSDP_TP_RTPAVP, nullptr) == ZVSDP_RC_OK) {
+    }
+    zvSdpHelperSetTraceLevel(3);
+    syslogClear();
+    EXPECT_EQ(ZVSDP_RC_OK, zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities(remote, local_, answer_, 1));
+    EXPECT_THAT(logEntries(), Contains(helperLog('E', "matchAmrParamsWithCommonPayload",
+                                                 "Get payload fail " + rcText(ZVSDP_RC_INVALID))));
+    EXPECT_EQ("", printed(answer_));
+    release(filler);
+    release(remote);
+}
+
 // Before the library starts, counting the offer's media fails: the count
 // and the builder each log the code's text.
 TEST(NegotiationNotStarted, AFailedMediaCountIsLoggedByTheBuilderToo)
@@ -135,7 +159,7 @@ TEST(NegotiationNotStarted, AFailedMediaCountIsLoggedByTheBuilderToo)
     CSdp *never = reinterpret_cast<CSdp *>(&never);  // not looked at: the count fails first
     EXPECT_EQ(ZVSDP_RC_NOT_ALLOWED,
               zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities(never, never, never, 1));
-    EXPECT_THAT(logEntries(), ::testing::ElementsAre(helperLog('D', "getNumberOfMediaDescriptors", rcText(3)),
+    EXPECT_THAT(logEntries(), ElementsAre(helperLog('D', "getNumberOfMediaDescriptors", rcText(3)),
                                                      built(rcText(3))));
 }
 
