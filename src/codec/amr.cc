@@ -3,6 +3,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <type_traits>
+
 #include "guard.h"
 #include "text_sink.h"
 
@@ -51,7 +53,7 @@ Key findKey(const char *piece, const char **value)
         case 't': k = kModeSet; break;
         case 'n': k = kOctetAlign; break;
         case 's': k = kChannels; break;
-        case 'd': k = before >= 2 && equals[-2] == 'o' ? kModeChangePeriod : kMaxRed; break;
+        case 'd': k = before >= 3 && equals[-2] == 'o' ? kModeChangePeriod : kMaxRed; break;
         case 'r': k = kModeChangeNeighbor; break;
         case 'y': k = kModeChangeCapability; break;
         default: return kNoKey;
@@ -118,28 +120,20 @@ ZVSDP_API uint32_t zvSdpPayloadAmrGetType(CPayload *objHndl, ZvSdpAmrType *type)
     if (!objHndl || !type)
         return ZVSDP_RC_INVALID;
     // Reading the name fails only before the library is started.
-    if (!g_apiInitialised) {
-        ZV_LOGE(kModApi, "Error in getting the encoding name!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGE, kModApi, "Error in getting the encoding name!");
     *type = amrKind(objHndl);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConfig *retval)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGE(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!objHndl || !retval) {
-        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p, &retval=%p", vp(objHndl), vp(retval));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGE, kModApi, "API not initialised!");
+    ZV_RETURN_IF(!objHndl || !retval, ZVSDP_RC_INVALID, ZV_LOGE, kModApi,
+                 "Invalid parameter detected: objHndl=%p, &retval=%p", vp(objHndl), vp(retval));
     // Name, fmtp, channels and the table's packet time are read under one
     // acquisition of the payload lock.
     ClassLock lock(g_payloadModule);
-    ZvSdpAmrType kind = amrKind(objHndl);
+    ZvSdpAmrType kind = amrKindOf(objHndl);
     if (kind == ZVSDP_AMR_TYPE_NONE)
         return ZVSDP_RC_INVALID;
     // The text is cut up in place, so it is copied (as much as 512 bytes hold).
@@ -154,6 +148,11 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
         if (end)
             *end = '\0';
         const char *value = nullptr;
+        // Flags and small counts take a value of exactly one digit.
+        auto digit = [&value](auto &field) {
+            if (isSingleDigit(value))
+                field = static_cast<std::remove_reference_t<decltype(field)>>(value[0] - '0');
+        };
         switch (findKey(piece, &value)) {
         case kModeSet: {
             size_t n = strnlen(value, sizeof modeSet - 1);
@@ -162,32 +161,17 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
             modeSetSeen = true;
             break;
         }
-        case kOctetAlign:
-            if (isSingleDigit(value))
-                retval->octetAlign = static_cast<uint32_t>(value[0] - '0');
-            break;
-        case kChannels:
-            if (isSingleDigit(value))
-                retval->channels = value[0] - '0';
-            break;
-        case kModeChangePeriod:
-            if (isSingleDigit(value))
-                retval->modeChangePeriod = static_cast<uint32_t>(value[0] - '0');
-            break;
         case kMaxRed: {
             long red = strtol(value, nullptr, 10);
             if (red < 241 && red >= INT32_MIN)
                 retval->maxRed = static_cast<int32_t>(red);
             break;
         }
-        case kModeChangeNeighbor:
-            if (isSingleDigit(value))
-                retval->modeChangeNeighbor = static_cast<uint32_t>(value[0] - '0');
-            break;
-        case kModeChangeCapability:
-            if (isSingleDigit(value))
-                retval->modeChangeCapability = static_cast<uint32_t>(value[0] - '0');
-            break;
+        case kOctetAlign: digit(retval->octetAlign); break;
+        case kChannels: digit(retval->channels); break;
+        case kModeChangePeriod: digit(retval->modeChangePeriod); break;
+        case kModeChangeNeighbor: digit(retval->modeChangeNeighbor); break;
+        case kModeChangeCapability: digit(retval->modeChangeCapability); break;
         default:
             break;
         }
@@ -219,14 +203,9 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
 ZVSDP_API uint32_t zvSdpPayloadAmrTranslateConfigToFmtp(CPayload *objHndl, const ZvSdpAmrConfig *config,
                                                         char *buffer, uint32_t *length)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGE(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!objHndl || !config || !buffer || !length || *length == 0) {
-        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGE, kModApi, "API not initialised!");
+    ZV_RETURN_IF(!objHndl || !config || !buffer || !length || *length == 0, ZVSDP_RC_INVALID, ZV_LOGE, kModApi,
+                 "Invalid parameter detected: objHndl=%p", vp(objHndl));
     ZvSdpAmrType kind = amrKind(objHndl);
     if (kind == ZVSDP_AMR_TYPE_NONE)
         return ZVSDP_RC_INVALID;
@@ -264,14 +243,8 @@ ZVSDP_API uint32_t zvSdpPayloadAmrTranslateConfigToFmtp(CPayload *objHndl, const
 
 ZVSDP_API uint32_t zvSdpPayloadUpdateAmrParams(CPayload *objHndl, uint32_t selector, uint32_t value)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGE(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!objHndl) {
-        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGE, kModApi, "API not initialised!");
+    ZV_RETURN_IF(!objHndl, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
     ZvSdpAmrConfig config;
     memset(&config, 0, sizeof config);
     uint32_t rc = zvSdpMediaPayloadParseAmrFmtp(objHndl, &config);
@@ -306,10 +279,15 @@ ZVSDP_API uint32_t zvSdpMediaPayloadAmrGetCommonModes(uint32_t modes1, uint32_t 
 
 namespace zv {
 
+ZvSdpAmrType amrKindOf(const CPayload *payload)
+{
+    return kindOfName(dynstr_cstr(payload->name));
+}
+
 ZvSdpAmrType amrKind(CPayload *payload)
 {
     ClassLock lock(g_payloadModule);
-    return kindOfName(dynstr_cstr(payload->name));
+    return amrKindOf(payload);
 }
 
 }  // namespace zv

@@ -23,11 +23,6 @@ Span spanOf(const char *text)
 
 namespace {
 
-bool isBlank(char c)
-{
-    return c == ' ' || c == '\t';
-}
-
 bool isDigit(char c)
 {
     return c >= '0' && c <= '9';
@@ -36,17 +31,6 @@ bool isDigit(char c)
 bool equals(Span s, const char *word, size_t n)
 {
     return s.n == n && memcmp(s.p, word, n) == 0;
-}
-
-Span trimmed(Span s)
-{
-    while (s.n && isBlank(*s.p)) {
-        ++s.p;
-        --s.n;
-    }
-    while (s.n && isBlank(s.p[s.n - 1]))
-        --s.n;
-    return s;
 }
 
 // The next blank-separated token of *rest, which moves past it.

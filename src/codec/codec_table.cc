@@ -1,7 +1,7 @@
 // The built-in codec and payload-type table and every question answered from it.
 #include <string.h>
 
-#include "../core/objects.h"
+#include "guard.h"
 
 using namespace zv;
 
@@ -185,62 +185,42 @@ ZVSDP_API const char *zvSdpMediaGetDynamicPayloadTypeString(ZvSdpDynamicPayloadT
 
 ZVSDP_API uint32_t zvSdpPayloadGetDefaultPtime(CPayload *objHndl, uint32_t *ptime)
 {
-    if (!g_apiInitialised)
-        return ZVSDP_RC_NOT_ALLOWED;
-    if (!objHndl || !ptime) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, ptimevalue=%p", static_cast<void *>(objHndl),
-                static_cast<void *>(ptime));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !ptime, "Invalid parameter detected: objHndl=%p, ptimevalue=%p",
+                         vp(objHndl), vp(ptime));
     return columnOfPayloadName(objHndl, &ZvSdpCodecEntry::defaultPtime, ptime);
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetDefaultBitRate(CPayload *objHndl, uint32_t *bitRate)
 {
-    if (!g_apiInitialised)
-        return ZVSDP_RC_NOT_ALLOWED;
-    if (!objHndl || !bitRate) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, bitRate=%p", static_cast<void *>(objHndl),
-                static_cast<void *>(bitRate));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !bitRate, "Invalid parameter detected: objHndl=%p, bitRate=%p",
+                         vp(objHndl), vp(bitRate));
     return columnOfPayloadName(objHndl, &ZvSdpCodecEntry::bitRate, bitRate);
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetEncodingName(CPayload *objHndl, char *buffer, uint32_t *length)
 {
-    if (!g_apiInitialised)
-        return ZVSDP_RC_NOT_ALLOWED;
-    if (!objHndl || !buffer || !length || *length == 0) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, buffer=%p, &buflen=%p",
-                static_cast<void *>(objHndl), static_cast<void *>(buffer), static_cast<void *>(length));
-        return ZVSDP_RC_INVALID;
-    }
-    memset(buffer, 0, *length);
-    dynstr_strncpy(buffer, zvSdpPayloadObjGetName(objHndl), *length - 1);
-    *length = static_cast<uint32_t>(strlen(buffer));
-    return ZVSDP_RC_OK;
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !buffer || !length || *length == 0,
+                         "Invalid parameter detected: objHndl=%p, buffer=%p, &buflen=%p", vp(objHndl),
+                         vp(buffer), vp(length));
+    return copyOut(buffer, length, zvSdpPayloadObjGetName(objHndl), TextOut::kWholeBufferCleared,
+                   TextOut::kCutBeforeLast);
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetPayloadType(CPayload *objHndl, uint32_t *pt)
 {
-    if (!g_apiInitialised)
-        return ZVSDP_RC_NOT_ALLOWED;
-    if (!objHndl || !pt) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &pt=%p, pt=%d", static_cast<void *>(objHndl),
-                static_cast<void *>(pt), pt ? static_cast<int>(*pt) : 0);
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !pt, "Invalid parameter detected: objHndl=%p, &pt=%p, pt=%d",
+                         vp(objHndl), vp(pt), pt ? static_cast<int>(*pt) : 0);
     *pt = zvSdpPayloadObjGetPayloadType(objHndl);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetBitRateFromPayloadType(uint32_t payloadType, uint32_t *bitRate)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
     if (!bitRate)
         return ZVSDP_RC_INVALID;
     *bitRate = 0;
@@ -251,10 +231,7 @@ ZVSDP_API uint32_t zvSdpPayloadGetBitRateFromPayloadType(uint32_t payloadType, u
 
 ZVSDP_API uint32_t zvSdpMediaGetBitRateFromEncodingName(const char *encodingName, uint32_t *bitRate)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
     if (!encodingName || !bitRate)
         return ZVSDP_RC_INVALID;
     *bitRate = 0;
@@ -267,20 +244,16 @@ ZVSDP_API uint32_t zvSdpMediaGetBitRateFromEncodingName(const char *encodingName
 
 ZVSDP_API uint32_t zvSdpIsValidCodecName(const char *encodingName, uint32_t *valid)
 {
-    if (!encodingName || !valid) {
-        ZV_LOGE(kModApi, "%s", zvPbxGetErrorString(ZVSDP_RC_INVALID));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!encodingName || !valid, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "%s",
+                 zvPbxGetErrorString(ZVSDP_RC_INVALID));
     *valid = firstRowByName(encodingName) ? 1 : 0;
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpIsDynamicPayLoadFromEncodingName(const char *encodingName, uint32_t *dynamic)
 {
-    if (!encodingName || !dynamic) {
-        ZV_LOGE(kModApi, "%s", zvPbxGetErrorString(ZVSDP_RC_INVALID));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!encodingName || !dynamic, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "%s",
+                 zvPbxGetErrorString(ZVSDP_RC_INVALID));
     const ZvSdpCodecEntry *row = firstRowByName(encodingName);
     *dynamic = row && row->isDynamic == 1 ? 1 : 0;
     return ZVSDP_RC_OK;
@@ -318,14 +291,8 @@ ZVSDP_API uint32_t zvSdpMediaGetEncodingNameFromPayloadType(uint32_t payloadType
 
 ZVSDP_API uint32_t zvSdpUpdateDynamicCodecPayloadType(const char *encodingName)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!encodingName) {
-        ZV_LOGD(kModApi, "Encoding name was not set !");
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!encodingName, "Encoding name was not set !");
     uint32_t freeType = 0;
     for (uint32_t pt = 96; pt <= 126 && freeType == 0; ++pt) {
         char scratch[20];

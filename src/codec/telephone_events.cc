@@ -185,17 +185,8 @@ ZVSDP_API uint32_t zvSdpFilterTelephoneEventsForAdvertisedCodecs(CSdp *sdp)
     if (!sdp)
         return ZVSDP_RC_INVALID;
     zvSdpHelperLogSdp(sdp, __func__);
-    CMedia *media = nullptr;
-    uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &media);
-    while (rc == ZVSDP_RC_OK && media) {
-        rc = zvSdpMediaCorrectForRfc2833DtmfClockRate(media);
-        if (rc == ZVSDP_RC_OK)
-            rc = zvSdpGetNextMediaDescriptor(sdp, media, &media);
-    }
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    uint32_t rc = forEachMedia(sdp, zvSdpMediaCorrectForRfc2833DtmfClockRate);
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGC, kModHelper, "%s", ZV_RC_TEXT(rc));
     return ZVSDP_RC_OK;
 }
 

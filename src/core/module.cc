@@ -43,11 +43,38 @@ void ClassModule::cleanUp()
         lockReady = false;
 }
 
-bool createRecursiveLock(ClassModule &m)
+uint32_t ClassModule::start(uint32_t count, const ClassStart &how)
 {
-    m.lock.reset();
-    m.lockReady = true;
-    return true;
+    if (initialised == 1)
+        return 1;
+    StartStep failedStep;
+    if (recursive) {
+        // A start makes the lock afresh: it cannot fail.
+        lock.reset();
+        lockReady = true;
+    }
+    if (zvPbxCommonGetGlobalDynstrPool(&dynstrPool) != 0) {
+        failedStep = StartStep::kStringPool;
+    } else if (how.listPool == ClassStart::kListPoolFirst && zvPbxCommonGetGlobalLinkedListPool(&listPool) != 0) {
+        failedStep = StartStep::kListPool;
+    } else {
+        // Created once per process; a later start keeps it, whatever count
+        // it is given.
+        if (pool == MEMM_POOL_NONE)
+            pool = memm_initpool3(how.poolName, count, how.recordSize, 0, how.hook);
+        if (pool == MEMM_POOL_NONE) {
+            failedStep = StartStep::kObjectPool;
+        } else if (how.listPool == ClassStart::kListPoolLast && zvPbxCommonGetGlobalLinkedListPool(&listPool) != 0) {
+            failedStep = StartStep::kListPool;
+        } else {
+            memm_disallow_expansion(pool);
+            initialised = 1;
+            return 1;
+        }
+    }
+    how.failed(failedStep, count);
+    cleanUp();
+    return 0;
 }
 
 }  // namespace zv

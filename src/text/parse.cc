@@ -24,39 +24,44 @@ bool mediaTypeFromText(int code, uint32_t *type)
     return true;
 }
 
+// A stack code and the value it stands for here.
+struct CodeMap {
+    int code;
+    uint32_t value;
+};
+
+template <size_t N>
+bool mapped(const CodeMap (&map)[N], int code, uint32_t *value)
+{
+    for (const CodeMap &m : map)
+        if (m.code == code) {
+            *value = m.value;
+            return true;
+        }
+    return false;
+}
+
 // The string parser knows only RTP/AVP, but recognises three more
 // transports so that it can refuse the whole text for them.
-bool transportFromText(int code, uint32_t *transport)
-{
-    switch (code) {
-    case RVSDP_PROTOCOL_RTP: *transport = ZVSDP_TP_RTPAVP; return true;
-    case RVSDP_PROTOCOL_UDP: *transport = ZVSDP_TP_UDP; return true;
-    case RVSDP_PROTOCOL_UDPTL: *transport = ZVSDP_TP_UDPTL; return true;
-    case RVSDP_PROTOCOL_TCP: *transport = ZVSDP_TP_TCP; return true;
-    default: return false;
-    }
-}
+constexpr CodeMap kTextTransports[] = {
+    {RVSDP_PROTOCOL_RTP, ZVSDP_TP_RTPAVP},
+    {RVSDP_PROTOCOL_UDP, ZVSDP_TP_UDP},
+    {RVSDP_PROTOCOL_UDPTL, ZVSDP_TP_UDPTL},
+    {RVSDP_PROTOCOL_TCP, ZVSDP_TP_TCP},
+};
 
-// The copy knows more transports but fewer media types.
-bool mediaTypeForCopy(int code, uint32_t *type)
-{
-    switch (code) {
-    case RVSDP_MEDIATYPE_AUDIO: *type = ZVSDP_MT_AUDIO; return true;
-    case RVSDP_MEDIATYPE_VIDEO: *type = ZVSDP_MT_VIDEO; return true;
-    case RVSDP_MEDIATYPE_APP: *type = ZVSDP_MT_APP; return true;
-    case RVSDP_MEDIATYPE_IMAGE: *type = ZVSDP_MT_IMAGE; return true;
-    default: return false;
-    }
-}
-
-bool transportForCopy(int code, uint32_t *transport)
-{
-    if (code == RVSDP_PROTOCOL_UDP_BFCP) {
-        *transport = ZVSDP_TP_UDPBFCP;
-        return true;
-    }
-    return transportFromText(code, transport);
-}
+// The copy knows one more transport but fewer media types.
+constexpr CodeMap kCopyTransports[] = {
+    {RVSDP_PROTOCOL_RTP, ZVSDP_TP_RTPAVP}, {RVSDP_PROTOCOL_UDP, ZVSDP_TP_UDP},
+    {RVSDP_PROTOCOL_UDPTL, ZVSDP_TP_UDPTL}, {RVSDP_PROTOCOL_TCP, ZVSDP_TP_TCP},
+    {RVSDP_PROTOCOL_UDP_BFCP, ZVSDP_TP_UDPBFCP},
+};
+constexpr CodeMap kCopyMediaTypes[] = {
+    {RVSDP_MEDIATYPE_AUDIO, ZVSDP_MT_AUDIO},
+    {RVSDP_MEDIATYPE_VIDEO, ZVSDP_MT_VIDEO},
+    {RVSDP_MEDIATYPE_APP, ZVSDP_MT_APP},
+    {RVSDP_MEDIATYPE_IMAGE, ZVSDP_MT_IMAGE},
+};
 
 const char *orEmpty(const char *text)
 {
@@ -99,6 +104,23 @@ bool scanUnsigned(const char *text, unsigned *out)
 bool isPayloadLine(const char *name)
 {
     return (name[0] == 'r' && strcmp(name, "rtpmap") == 0) || (name[0] == 'f' && strcmp(name, "fmtp") == 0);
+}
+
+// Calls each(line) for every special line of a kind, in text order; false,
+// logged as `nullText`, when the stack hands out a NULL line.
+template <class Each>
+bool forEachSpecial(const RvSdpMediaDescr *descr, int kind, const char *nullText, Each each)
+{
+    size_t count = rvSdpGetNumOfSpecialAttr(descr, kind);
+    for (size_t i = 0; i < count; ++i) {
+        const RvSdpAttribute *line = rvSdpGetSpecialAttr(descr, i, kind);
+        if (!line) {
+            ZV_LOGD_AS(kModApi, "addPayload", "%s", nullText);
+            return false;
+        }
+        each(line);
+    }
+    return true;
 }
 
 // The rtpmap and fmtp entries of one stack media description, read once and
@@ -243,34 +265,27 @@ CPayload *PayloadLines::addPayload(CMedia *media, int payloadNumber) const
 CPayload *PayloadLines::addPayloadFromStack(CMedia *media, int payloadNumber) const
 {
     CPayload *payload = nullptr;
-    size_t rtpmaps = rvSdpGetNumOfSpecialAttr(descr_, RVSDP_SPEC_ATTR_RTPMAP);
-    for (size_t i = 0; i < rtpmaps; ++i) {
-        const RvSdpRtpMap *rtpmap = rvSdpGetSpecialAttr(descr_, i, RVSDP_SPEC_ATTR_RTPMAP);
-        if (!rtpmap) {
-            ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetRtpMap returned NULL\n");
-            return nullptr;
-        }
-        if (rvSdpRtpMapGetPayload(rtpmap) == payloadNumber)
-            addRtpmapPayload(media, payloadNumber, rvSdpRtpMapGetEncodingName(rtpmap),
-                             rvSdpRtpMapGetClockRate(rtpmap), rvSdpRtpMapGetChannels(rtpmap), &payload);
-    }
+    bool whole = forEachSpecial(descr_, RVSDP_SPEC_ATTR_RTPMAP, "rvSdpMediaDescrGetRtpMap returned NULL\n",
+                                [&](const RvSdpRtpMap *rtpmap) {
+                                    if (rvSdpRtpMapGetPayload(rtpmap) == payloadNumber)
+                                        addRtpmapPayload(media, payloadNumber, rvSdpRtpMapGetEncodingName(rtpmap),
+                                                         rvSdpRtpMapGetClockRate(rtpmap),
+                                                         rvSdpRtpMapGetChannels(rtpmap), &payload);
+                                });
+    if (!whole)
+        return nullptr;
     if (!payload)
         zvSdpMediaAddPayloadFromPayloadType(media, static_cast<uint32_t>(payloadNumber), &payload);
-    size_t fmtps = rvSdpGetNumOfSpecialAttr(descr_, RVSDP_SPEC_ATTR_FMTP);
-    for (size_t i = 0; i < fmtps; ++i) {
-        const RvSdpAttribute *fmtp = rvSdpGetSpecialAttr(descr_, i, RVSDP_SPEC_ATTR_FMTP);
-        if (!fmtp) {
-            ZV_LOGD_AS(kModApi, "addPayload", "rvSdpMediaDescrGetFmtp returned NULL\n");
-            return nullptr;
-        }
-        if (strcmp(orEmpty(rvSdpAttributeGetName(fmtp)), "fmtp") != 0)
-            continue;
-        const char *text = attributeValue(fmtp);
-        unsigned number = 0;
-        if (scanUnsigned(text, &number) && number == static_cast<unsigned>(payloadNumber))
-            applyFmtp(payload, text);
-    }
-    return payload;
+    whole = forEachSpecial(descr_, RVSDP_SPEC_ATTR_FMTP, "rvSdpMediaDescrGetFmtp returned NULL\n",
+                           [&](const RvSdpAttribute *fmtp) {
+                               if (strcmp(orEmpty(rvSdpAttributeGetName(fmtp)), "fmtp") != 0)
+                                   return;
+                               const char *text = attributeValue(fmtp);
+                               unsigned number = 0;
+                               if (scanUnsigned(text, &number) && number == static_cast<unsigned>(payloadNumber))
+                                   applyFmtp(payload, text);
+                           });
+    return whole ? payload : nullptr;
 }
 
 // Copies the stack's attribute lines (bar rtpmap and fmtp) onto the media.
@@ -283,7 +298,9 @@ void addAttributes(CMedia *media, RvSdpMediaDescr *descr)
         const char *name = orEmpty(rvSdpAttributeGetName(attribute));
         if (isPayloadLine(name))
             continue;
-        zvSdpMediaObjAddAttribute(media, zvSdpAttrObjConstruct(name, attributeValue(attribute)));
+        CAttribute *built = attrConstructChecked(name, attributeValue(attribute));
+        if (built)
+            mediaAddAttribute(media, built);
     }
 }
 
@@ -293,12 +310,10 @@ extern "C" {
 
 ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHndl)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl || !sdpBuffer || !*sdpBuffer) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: &objHndl=%p ; &sdpBuffer=%p ; sdpBuffer length=%d bytes",
-                vp(objHndl), vp(sdpBuffer), sdpBuffer ? static_cast<int>(strlen(sdpBuffer)) : 0);
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl || !sdpBuffer || !*sdpBuffer,
+                         "Invalid parameter detected: &objHndl=%p ; &sdpBuffer=%p ; sdpBuffer length=%d bytes",
+                         vp(objHndl), vp(sdpBuffer), sdpBuffer ? static_cast<int>(strlen(sdpBuffer)) : 0);
     *objHndl = nullptr;
 
     char work[kTextLimit + 1];
@@ -310,10 +325,8 @@ ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHnd
     // failure paths below that leave it undestructed lose nothing.
     RvSdpMsg message;
     rvSdpMsgConstructParse(&message, work, &length, &status);
-    if (status == RVSDP_PARSE_NOT_SDP || length == 0) {
-        ZV_LOGC(kModApi, "rvSdpMsgConstructParse failed, invalid SDP message (parser error = %d)", status);
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(status == RVSDP_PARSE_NOT_SDP || length == 0, ZVSDP_RC_INVALID, ZV_LOGC, kModApi,
+                 "rvSdpMsgConstructParse failed, invalid SDP message (parser error = %d)", status);
 
     CSdp *session = zvSdpObjConstruct();
     if (!session) {
@@ -326,7 +339,7 @@ ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHnd
         RvSdpMediaDescr *descr = static_cast<RvSdpMediaDescr *>(item);
         uint32_t mediaType = 0, transport = 0;
         if (!mediaTypeFromText(rvSdpMediaTypeTxt2Val(rvSdpMediaDescrGetMediaTypeStr(descr)), &mediaType) ||
-            !transportFromText(rvSdpMediaProtoTxt2Val(rvSdpMediaDescrGetProtocolStr(descr)), &transport)) {
+            !mapped(kTextTransports, rvSdpMediaProtoTxt2Val(rvSdpMediaDescrGetProtocolStr(descr)), &transport)) {
             ZV_LOGD_AS(kModApi, "createRvSdpMirror", "MediaDescriptor(%s, %s) ignored.",
                        orEmpty(rvSdpMediaDescrGetMediaTypeStr(descr)), orEmpty(rvSdpMediaDescrGetProtocolStr(descr)));
             continue;
@@ -374,12 +387,9 @@ ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHnd
 
 ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, RvSdpMsg *rvSdp)
 {
-    ZV_GUARD_INIT();
-    if (!sdp || !rvSdp) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: zvSdp=%p, rvSdp=%p", vp(sdp), vp(rvSdp));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(sdp));
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!sdp || !rvSdp, "Invalid parameter detected: zvSdp=%p, rvSdp=%p", vp(sdp), vp(rvSdp));
+    ZV_RETURN_IF_READ_ONLY(zvSdpObjGetAccessRights(sdp));
     CMedia *old = nullptr;
     while (zvSdpGetFirstMediaDescriptor(sdp, &old) == ZVSDP_RC_OK && old)
         if (zvSdpRemoveMediaDescriptor(sdp, &old) != ZVSDP_RC_OK)
@@ -389,11 +399,11 @@ ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, RvSdpMsg *rvSdp)
     for (void *item = rvSdpListGetFirst(mediaList); item; item = rvSdpListGetNext(mediaList, item)) {
         RvSdpMediaDescr *descr = static_cast<RvSdpMediaDescr *>(item);
         uint32_t mediaType = 0, transport = 0;
-        bool typeKnown = mediaTypeForCopy(rvSdpMediaDescrGetMediaType(descr), &mediaType);
+        bool typeKnown = mapped(kCopyMediaTypes, rvSdpMediaDescrGetMediaType(descr), &mediaType);
         if (!typeKnown)
             ZV_LOGC(kModApi, "Illegal condition: Unsupported Media type! (%s)",
                     orEmpty(rvSdpMediaDescrGetMediaTypeStr(descr)));
-        if (!transportForCopy(rvSdpMediaDescrGetProtocol(descr), &transport)) {
+        if (!mapped(kCopyTransports, rvSdpMediaDescrGetProtocol(descr), &transport)) {
             ZV_LOGC(kModApi, "Illegal condition: Unsupported Media protocol! (%s)",
                     orEmpty(rvSdpMediaDescrGetProtocolStr(descr)));
             continue;
@@ -410,23 +420,25 @@ ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, RvSdpMsg *rvSdp)
             ZV_LOGD(kModApi, "Failed to set media to unsupported");
 
         // Telephone events go last in the caller's message, and so in ours.
+        // The number is -1 when no rtpmap names them; it is logged either way.
+        int event = -1;
         for (const RvSdpRtpMap *rtpmap = rvSdpGetFirstSpecialAttr(descr, RVSDP_SPEC_ATTR_RTPMAP); rtpmap;
              rtpmap = rvSdpGetNextSpecialAttr(rtpmap, RVSDP_SPEC_ATTR_RTPMAP)) {
-            if (strcasecmp(orEmpty(rvSdpRtpMapGetEncodingName(rtpmap)), "telephone-event") != 0)
-                continue;
-            int event = rvSdpRtpMapGetPayload(rtpmap);
-            ZV_LOGD(kModApi, "zvSdpCopyRvMedia: Telephone Event payload = %d\r\n", event);
-            if (event != -1) {
-                int count = rvSdpMediaDescrGetNumOfPayloads(descr);
-                for (int i = 0; i < count; ++i) {
-                    if (rvSdpMediaDescrGetPayload(descr, i) == event) {
-                        rvSdpRemoveTextFromArray(descr, i);
-                        break;
-                    }
-                }
-                rvSdpMediaDescrAddPayloadNumber(descr, event);
+            if (strcasecmp(orEmpty(rvSdpRtpMapGetEncodingName(rtpmap)), "telephone-event") == 0) {
+                event = rvSdpRtpMapGetPayload(rtpmap);
+                break;
             }
-            break;
+        }
+        ZV_LOGD(kModApi, "zvSdpCopyRvMedia: Telephone Event payload = %d\r\n", event);
+        if (event != -1) {
+            int count = rvSdpMediaDescrGetNumOfPayloads(descr);
+            for (int i = 0; i < count; ++i) {
+                if (rvSdpMediaDescrGetPayload(descr, i) == event) {
+                    rvSdpRemoveTextFromArray(descr, i);
+                    break;
+                }
+            }
+            rvSdpMediaDescrAddPayloadNumber(descr, event);
         }
 
         PayloadLines lines(descr);
@@ -452,10 +464,8 @@ ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, RvSdpMsg *rvSdp)
         size_t count = rvSdpMediaDescrGetNumOfAttr(descr);
         for (size_t i = 0; i < count; ++i) {
             const RvSdpAttribute *attribute = static_cast<const RvSdpAttribute *>(rvSdpListGetByIndex(attributes, i));
-            if (!attribute) {
-                ZV_LOGD(kModApi, "rvSdpMediaDescrGetAttribute returned NULL\n");
-                return ZVSDP_RC_EXTERNAL;
-            }
+            ZV_RETURN_IF(!attribute, ZVSDP_RC_EXTERNAL, ZV_LOGD, kModApi,
+                         "rvSdpMediaDescrGetAttribute returned NULL\n");
             const char *name = orEmpty(rvSdpAttributeGetName(attribute));
             if (isPayloadLine(name))
                 continue;
