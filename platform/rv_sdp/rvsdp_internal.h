@@ -73,6 +73,10 @@ struct RvSdpMediaDescr {
     RvSdpList attributes;
     RvSdpList connections;
     RvSdpList bandwidths;
+    // The format last found by index, so that reads in order cost one step
+    // each; NULL after a removal.
+    RvSdpFormat *seenFormat;
+    int seenIndex;
 };
 
 namespace rvsdp {

@@ -193,8 +193,19 @@ const char *val2Txt(const Code (&table)[N], int value) {
 }
 
 RvSdpFormat *formatAt(const RvSdpMediaDescr *d, int index) {
-    if (!d || index < 0) return nullptr;
-    return static_cast<RvSdpFormat *>(rvSdpListGetByIndex(&d->formats, static_cast<size_t>(index)));
+    if (!d || index < 0 || static_cast<uint32_t>(index) >= d->formats._count) return nullptr;
+    // A message is read by one thread at a time: its records may remember.
+    RvSdpMediaDescr *m = const_cast<RvSdpMediaDescr *>(d);
+    RvSdpFormat *f = static_cast<RvSdpFormat *>(m->formats._first);
+    int at = 0;
+    if (m->seenFormat && index >= m->seenIndex) {
+        f = m->seenFormat;
+        at = m->seenIndex;
+    }
+    for (; at < index; ++at) f = reinterpret_cast<RvSdpFormat *>(f->node.next);
+    m->seenFormat = f;
+    m->seenIndex = index;
+    return f;
 }
 
 const RvSdpRtpMapRec *asRtpMap(const RvSdpRtpMap *a) {
@@ -626,6 +637,7 @@ int rvSdpRemoveTextFromArray(RvSdpMediaDescr *d, int index) {
         d->formats._first = f->node.next;
     if (d->formats._last == f) d->formats._last = prev;
     --d->formats._count;
+    d->seenFormat = nullptr;
     return RVSDP_OK;
 }
 

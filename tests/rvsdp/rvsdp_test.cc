@@ -204,6 +204,13 @@ TEST(RvSdpBuild, MirrorEncodesWholeOrNotAtAllBuildersRefuseWhatWouldNotParseBack
     for (int i = 2; i < RVSDP_MAX_FORMATS - 1; ++i)
         mline += " " + std::to_string(i);
     EXPECT_EQ(mline + " t38 0\r\na=rtpmap:", encode(&m).substr(0, mline.size() + 17));
+    std::string forward = "m=audio 0 RTP/AVP", backward;  // reads by index after the removals
+    for (int i = 0; i < rvSdpMediaDescrGetNumOfPayloads(audio); ++i)
+        forward += std::string(" ") + rvSdpMediaDescrGetFormat(audio, i);
+    for (int i = rvSdpMediaDescrGetNumOfPayloads(audio); i-- > 0;)
+        backward = std::string(" ") + rvSdpMediaDescrGetFormat(audio, i) + backward;
+    EXPECT_EQ(mline + " t38 0", forward);
+    EXPECT_EQ(forward, "m=audio 0 RTP/AVP" + backward);
     while (rvSdpMsgGetNumOfMediaDescr(&m) < RVSDP_MAX_MEDIA)
         ASSERT_NE(nullptr, rvSdpMsgAddMediaDescr(&m, RVSDP_MEDIATYPE_AUDIO, 1, RVSDP_PROTOCOL_RTP));
     EXPECT_EQ(nullptr, rvSdpMsgAddMediaDescr(&m, RVSDP_MEDIATYPE_AUDIO, 1, RVSDP_PROTOCOL_RTP));
