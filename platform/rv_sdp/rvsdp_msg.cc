@@ -504,7 +504,8 @@ RvSdpList *rvSdpMsgGetSessionTimeList(RvSdpMsg *m) {
 }
 RvSdpSessionTime *rvSdpMsgAddSessionTime(RvSdpMsg *m, uint64_t start, uint64_t stop) {
     if (!constructed(m)) return nullptr;
-    char a[24], b[24];
+    // As wide as the piecewise copy of a short text may read (allocText).
+    char a[32], b[32];
     int na = snprintf(a, sizeof a, "%llu", static_cast<unsigned long long>(start));
     int nb = snprintf(b, sizeof b, "%llu", static_cast<unsigned long long>(stop));
     RvSdpSessionTime *t =
@@ -619,7 +620,7 @@ const char *rvSdpMediaDescrGetFormat(const RvSdpMediaDescr *d, int index) {
 }
 int rvSdpMediaDescrAddPayloadNumber(RvSdpMediaDescr *d, int payload) {
     if (!d || payload < 0 || payload > RVSDP_MAX_FORMAT_NUMBER) return RVSDP_ERROR;
-    char text[16];
+    char text[32];  // as wide as the piecewise copy of a short text may read (allocText)
     int n = snprintf(text, sizeof text, "%d", payload);
     return addFormat(d, text, static_cast<size_t>(n));
 }
