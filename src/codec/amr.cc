@@ -3,8 +3,6 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <type_traits>
-
 #include "guard.h"
 #include "text_sink.h"
 
@@ -151,7 +149,7 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
         // Flags and small counts take a value of exactly one digit.
         auto digit = [&value](auto &field) {
             if (isSingleDigit(value))
-                field = static_cast<std::remove_reference_t<decltype(field)>>(value[0] - '0');
+                field = static_cast<decltype(+field)>(value[0] - '0');  // the field's own type
         };
         switch (findKey(piece, &value)) {
         case kModeSet: {
