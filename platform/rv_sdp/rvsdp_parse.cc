@@ -236,11 +236,13 @@ private:
         const char *slash = static_cast<const char *>(memchr(port.p, '/', port.n));
         size_t portLen = slash ? static_cast<size_t>(slash - port.p) : port.n;
         int portValue = parseNumber(port.p, portLen);
-        int numOfPorts = 0;
-        if (portValue < 0 || portValue > 65535) return false;
-        if (slash) {
-            numOfPorts = parseNumber(slash + 1, port.n - portLen - 1);
-            if (numOfPorts < 1 || numOfPorts > 65535) return false;
+        int numOfPorts = slash ? parseNumber(slash + 1, port.n - portLen - 1) : 0;
+        if (portValue < 0 || portValue > 65535 || (slash && (numOfPorts < 1 || numOfPorts > 65535))) {
+            // Kept as a rejected stream rather than dropped: an answer owes
+            // every offered m-line one of its own, in the offer's order.
+            portValue = 0;
+            numOfPorts = 0;
+            partial_ = true;
         }
         RvSdpMediaDescr *d =
             copy_ ? (msg_->_media._count < RVSDP_MAX_MEDIA ? mediaDescrOf(msg_, keep(type), portValue, keep(proto))

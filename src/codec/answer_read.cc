@@ -3,8 +3,8 @@
 // hand it to the builder at once, so nothing of the offer is copied.
 //
 // The text reader does not go through the stack's parser on purpose: the
-// stack skips lines it finds malformed (an m-line with a port above 65535,
-// lines with a leading blank), keeps at most 32 m-lines and 32 formats, and
+// stack skips lines it finds malformed (lines with a leading blank, an
+// m-line without a transport), keeps at most 32 m-lines and 32 formats, and
 // takes heap memory beyond 1023 bytes. Any of these would cost the answer an
 // m-line the offer has, and RFC 3264 wants one answer line per offered line.
 #include <string.h>

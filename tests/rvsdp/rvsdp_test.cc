@@ -82,9 +82,12 @@ TEST(RvSdpParse, TextEncodesBackAsItCameLessTheBadLines)
         {"v=0\nv=1\n"  // repeated, then six tokens needed, an unknown letter, r= before any t=
          "o=too few tokens\nx=unknown letter\nr=7d 1h 0 25h\nb=AS:lots\nb=AS:4294967296\nt=now later\n"
          "t=18446744073709551616 0\ngarbage\ns=kept\n"
-         "m=audio 70000 RTP/AVP 0\na=lost\n"  // port out of range: the whole section goes
+         "m=audio 70000 RTP/AVP 0\na=kept\n"  // port out of range: a rejected stream, kept in its place
          "m=audio 5004 RTP/AVP 0\ns=not in a media\nc=IN IP4\na=kept\na=:novalue\n",
-         RVSDP_PARSE_PARTIAL, "v=0\r\ns=kept\r\nm=audio 5004 RTP/AVP 0\r\na=kept\r\n"},
+         RVSDP_PARSE_PARTIAL,
+         "v=0\r\ns=kept\r\nm=audio 0 RTP/AVP 0\r\na=kept\r\nm=audio 5004 RTP/AVP 0\r\na=kept\r\n"},
+        {"m=audio x RTP/AVP 0\nm=video 5006/0 RTP/AVP 31\nm=audio 5004/2 RTP/AVP 8\n", RVSDP_PARSE_PARTIAL,
+         "m=audio 0 RTP/AVP 0\r\nm=video 0 RTP/AVP 31\r\nm=audio 5004/2 RTP/AVP 8\r\n"},
         {"v=0\n" + longLine + "\n" + maxLine + "\n", RVSDP_PARSE_PARTIAL, "v=0\r\n" + maxLine + "\r\n"},
         {formats + " 32 33\na=ptime:20\n", RVSDP_PARSE_PARTIAL, crlf(formats + "\na=ptime:20\n")},
         {media + "m=audio 1 RTP/AVP 0\na=lost\n", RVSDP_PARSE_PARTIAL, crlf(media)},

@@ -42,6 +42,17 @@ TEST_F(Parse, ParsedOffersPrintAsTheGatewaySendsThem)
     }
 }
 
+// An m-line whose port is no port stays in its place as a rejected stream,
+// so the streams after it keep theirs.
+TEST_F(Parse, PortOutOfRangeKeepsItsPlaceUnsupported)
+{
+    CSdp *s = offer("m=audio 70000 RTP/AVP 0\r\na=ptime:30\r\nm=audio 5004 RTP/AVP 8\r\n");
+    EXPECT_EQ("m=audio 0 RTP/AVP 0\na=ptime:30\nm=audio 5004 RTP/AVP 8\n", printed(s));
+    EXPECT_EQ(0u, zvSdpMediaObjIsSupported(mediaOf(s).at(0)));
+    EXPECT_EQ(1u, zvSdpMediaObjIsSupported(mediaOf(s).at(1)));
+    destroyAll({s});
+}
+
 TEST_F(Parse, ParserRefusesBadTextAndOtherTransports)
 {
     CSdp *s = reinterpret_cast<CSdp *>(0x1);
