@@ -84,9 +84,12 @@ private:
     void annotatePostUnlock() {}
 #endif
 
-    uint32_t state_ = 0;    // 0 free, 1 held, 2 held and somebody may wait
-    uint32_t depth_ = 0;    // the holder's own count, read by the holder only
-    uintptr_t owner_ = 0;   // selfTag() of the holder, 0 when free
+    // A waiter spins reading the state, so the state has a cache line of its
+    // own: the holder's count and tag, which it writes at every nested
+    // acquisition, would otherwise be pulled away from it by each read.
+    alignas(64) uint32_t state_ = 0;  // 0 free, 1 held, 2 held and somebody may wait
+    alignas(64) uint32_t depth_ = 0;  // the holder's own count, read by the holder only
+    uintptr_t owner_ = 0;             // selfTag() of the holder, 0 when free
     bool recursive_;
 };
 

@@ -291,16 +291,13 @@ CPayload *PayloadLines::addPayloadFromStack(CMedia *media, int payloadNumber) co
 // Copies the stack's attribute lines (bar rtpmap and fmtp) onto the media.
 void addAttributes(CMedia *media, RvSdpMediaDescr *descr)
 {
-    ClassLock attributes(g_attrModule);
     RvSdpList *list = rvSdpMediaDescrGetAttributeList(descr);
     for (void *item = rvSdpListGetFirst(list); item; item = rvSdpListGetNext(list, item)) {
         const RvSdpAttribute *attribute = static_cast<const RvSdpAttribute *>(item);
         const char *name = orEmpty(rvSdpAttributeGetName(attribute));
         if (isPayloadLine(name))
             continue;
-        CAttribute *built = attrConstructChecked(name, attributeValue(attribute));
-        if (built)
-            mediaAddAttribute(media, built);
+        zvSdpMediaAddAttribute(media, name, attributeValue(attribute), nullptr);
     }
 }
 
@@ -354,20 +351,15 @@ ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHnd
             zvSdpObjDestruct(session);
             return ZVSDP_RC_TRANSPORT;
         }
-        // The media is built under its class lock, its payloads under theirs
-        // and then its attributes under theirs: one acquisition of each
-        // rather than one per step.
-        ClassLock building(g_mediaModule);
+        // Each step takes its class locks for itself alone: holding them for
+        // the whole media would make every other host thread wait for it.
         int port = rvSdpMediaDescrGetPort(descr);
         zvSdpMediaObjSetPort(media, port < 0 ? 0u : static_cast<uint32_t>(port));
         zvSdpMediaObjSetSupported(media, port > 0 ? 1 : 0);
         PayloadLines lines(descr);
-        {
-            ClassLock payloads(g_payloadModule);
-            uint16_t formats = rvSdpMediaDescrGetNumOfPayloads(descr);
-            for (uint16_t i = 0; i < formats; ++i)
-                lines.addPayload(media, rvSdpMediaDescrGetPayload(descr, i));
-        }
+        uint16_t formats = rvSdpMediaDescrGetNumOfPayloads(descr);
+        for (uint16_t i = 0; i < formats; ++i)
+            lines.addPayload(media, rvSdpMediaDescrGetPayload(descr, i));
         addAttributes(media, descr);
     }
     rvSdpMsgDestruct(&message);
