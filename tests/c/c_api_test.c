@@ -12,6 +12,7 @@
 #include <syslog.h>
 
 #include "zvsdp.h"
+#include "zvubus.h"
 
 static int failures;
 
@@ -231,6 +232,9 @@ static void threads(void)
 
 int main(void)
 {
+    /* The bus object is served inside the process, so that no bus daemon is
+     * needed, whichever bus libraries the library is built against. */
+    CHECK(zvUbusUseInProcess() == 0);
     startAndStop();
     logLine();
     threads();
