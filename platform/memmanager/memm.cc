@@ -5,14 +5,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#if defined(__linux__)
-#include <sys/syscall.h>
-#include <unistd.h>
-// The kernel's numbers, spelled out: not every C library ships the kernel
-// headers that name them.
-#define MEMM_FUTEX_WAIT_PRIVATE 128
-#define MEMM_FUTEX_WAKE_PRIVATE 129
-#endif
+#include "lock_word.h"
 
 #if defined(__SANITIZE_THREAD__)
 #define MEMM_TSAN 1
@@ -82,15 +75,6 @@ struct Header {
 };
 static_assert(sizeof(Header) == 8, "record header must keep records 8-byte aligned");
 
-inline void cpuRelax()
-{
-#if defined(__i386__) || defined(__x86_64__)
-    __builtin_ia32_pause();
-#else
-    __asm__ __volatile__("" ::: "memory");
-#endif
-}
-
 // Static storage only: zero is free, and nothing runs at load time.
 // A pool's lock guards only the slow paths (the shared free list, growth,
 // stealing and the counts), which hold it for a short while: spin briefly,
@@ -102,9 +86,8 @@ public:
 #ifdef MEMM_TSAN
         __tsan_mutex_pre_lock(this, __tsan_mutex_linker_init);
 #endif
-        uint32_t expected = 0;
-        if (!__atomic_compare_exchange_n(&word_, &expected, 1u, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED))
-            contended();
+        if (!zvplatform::takeWord(&word_))
+            zvplatform::takeWordContended(&word_);
 #ifdef MEMM_TSAN
         __tsan_mutex_post_lock(this, __tsan_mutex_linker_init, 0);
 #endif
@@ -115,36 +98,14 @@ public:
 #ifdef MEMM_TSAN
         __tsan_mutex_pre_unlock(this, __tsan_mutex_linker_init);
 #endif
-        if (__atomic_exchange_n(&word_, 0u, __ATOMIC_RELEASE) == 2u) {
-#if defined(__linux__)
-            syscall(SYS_futex, &word_, MEMM_FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
-#endif
-        }
+        if (zvplatform::giveWord(&word_))
+            zvplatform::wakeOne(&word_);
 #ifdef MEMM_TSAN
         __tsan_mutex_post_unlock(this, __tsan_mutex_linker_init);
 #endif
     }
 
 private:
-    void contended()
-    {
-        for (int i = 0; i < 100; ++i) {
-            cpuRelax();
-            uint32_t expected = 0;
-            if (__atomic_load_n(&word_, __ATOMIC_RELAXED) == 0 &&
-                __atomic_compare_exchange_n(&word_, &expected, 1u, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED))
-                return;
-        }
-        // 2 whenever a thread may sleep, so that the unlock wakes one.
-        while (__atomic_exchange_n(&word_, 2u, __ATOMIC_ACQUIRE) != 0) {
-#if defined(__linux__)
-            syscall(SYS_futex, &word_, MEMM_FUTEX_WAIT_PRIVATE, 2u, nullptr, nullptr, 0);
-#else
-            sched_yield();
-#endif
-        }
-    }
-
     uint32_t word_;  // 0 free, 1 held, 2 held with possible sleepers
 };
 

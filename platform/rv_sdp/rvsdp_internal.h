@@ -6,6 +6,7 @@
 #include <stddef.h>
 #include <stdint.h>
 #include <string.h>
+#include "short_copy.h"
 
 // Every item starts with this link, so one list implementation serves all.
 struct RvSdpListNode {
@@ -115,27 +116,37 @@ inline char *reserveText(RvSdpMsg *msg, size_t size)
     return allocTextSlow(msg, size);
 }
 
+// The eight bytes at p as one word, the first byte lowest.
+inline uint64_t wordAt(const char *p)
+{
+    uint64_t w;
+    memcpy(&w, p, 8);
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    w = __builtin_bswap64(w);
+#endif
+    return w;
+}
+
+// The high bit of each byte of w that equals c. Bits above the lowest such
+// byte may be wrong, the lowest one is not: the first match is exact.
+template <char C>
+inline uint64_t bytesOf(uint64_t w)
+{
+    constexpr uint64_t kOnes = 0x0101010101010101ull, kHighs = 0x8080808080808080ull;
+    uint64_t x = w ^ (kOnes * static_cast<unsigned char>(C));
+    return (x - kOnes) & ~x & kHighs;
+}
+
 // The first byte at or after p that is A or B, or e. Eight bytes at a time
 // while eight are left: the fields of SDP lines are short, so the byte is
 // usually found in the first word.
 template <char A, char B>
 inline const char *findEither(const char *p, const char *e)
 {
-    constexpr uint64_t kOnes = 0x0101010101010101ull, kHighs = 0x8080808080808080ull;
-    while (e - p >= 8) {
-        uint64_t w;
-        memcpy(&w, p, 8);
-#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-        w = __builtin_bswap64(w);  // the first byte lowest, as below
-#endif
-        uint64_t a = w ^ (kOnes * static_cast<unsigned char>(A));
-        uint64_t b = w ^ (kOnes * static_cast<unsigned char>(B));
-        // A byte's high bit is set when that byte is zero; bits above the
-        // first zero byte may be wrong, the lowest one is not.
-        uint64_t found = ((a - kOnes) & ~a & kHighs) | ((b - kOnes) & ~b & kHighs);
-        if (found)
+    for (; e - p >= 8; p += 8) {
+        uint64_t w = wordAt(p);
+        if (uint64_t found = bytesOf<A>(w) | bytesOf<B>(w))
             return p + (__builtin_ctzll(found) >> 3);
-        p += 8;
     }
     while (p < e && *p != A && *p != B)
         ++p;
@@ -147,46 +158,12 @@ inline const char *findEither(const char *p, const char *e)
 template <char C>
 inline const char *findInText(const char *p, const char *end)
 {
-    constexpr uint64_t kOnes = 0x0101010101010101ull, kHighs = 0x8080808080808080ull;
-    while (end - p >= 8) {
-        uint64_t w;
-        memcpy(&w, p, 8);
-#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-        w = __builtin_bswap64(w);
-#endif
-        uint64_t x = w ^ (kOnes * static_cast<unsigned char>(C));
-        uint64_t found = (x - kOnes) & ~x & kHighs;
-        if (found)
+    for (; end - p >= 8; p += 8)
+        if (uint64_t found = bytesOf<C>(wordAt(p)))
             return p + (__builtin_ctzll(found) >> 3);
-        p += 8;
-    }
     while (*p != C && *p != '\0')
         ++p;
     return p;
-}
-
-// Copies n bytes with a few loads and stores that may overlap: the fields of
-// SDP lines are mostly a few characters long, too short to pay for a call.
-inline void copyText(char *to, const char *from, size_t n)
-{
-    if (n >= 8) {
-        if (n > 32) {
-            memcpy(to, from, n);
-        } else if (n > 16) {
-            __builtin_memcpy(to, from, 16);
-            __builtin_memcpy(to + n - 16, from + n - 16, 16);
-        } else {
-            __builtin_memcpy(to, from, 8);
-            __builtin_memcpy(to + n - 8, from + n - 8, 8);
-        }
-    } else if (n >= 4) {
-        __builtin_memcpy(to, from, 4);
-        __builtin_memcpy(to + n - 4, from + n - 4, 4);
-    } else if (n) {
-        to[0] = from[0];
-        to[n / 2] = from[n / 2];
-        to[n - 1] = from[n - 1];
-    }
 }
 
 inline char *allocText(RvSdpMsg *msg, const char *text, size_t len)
@@ -194,7 +171,7 @@ inline char *allocText(RvSdpMsg *msg, const char *text, size_t len)
     char *p = reserveText(msg, len + 1);
     if (!p)
         return nullptr;
-    copyText(p, text, len);
+    zvplatform::copyShort(p, text, len);
     p[len] = '\0';
     return p;
 }

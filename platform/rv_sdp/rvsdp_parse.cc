@@ -284,7 +284,7 @@ extern "C" RvSdpMsg *rvSdpMsgConstructParse(RvSdpMsg *msg, const char *text, uin
 
         // Room for the copy and a NUL behind it: the last field may end the text.
         char *copy = reserveText(msg, len + 1);
-        if (copy) copyText(copy, text, len);
+        if (copy) zvplatform::copyShort(copy, text, len);
         Parser parser(msg, text, copy);
         const char *pos = text;
         const char *end = text + len;

@@ -7,6 +7,7 @@
 
 #include "pools.h"
 #include "zvcommon.h"
+#include "short_copy.h"
 
 // Texts of up to 79 characters (names, values, the longest AMR fmtp lines a
 // gateway sees) live in the record itself.
@@ -85,30 +86,6 @@ bool grow(dynstr_s *s, uint32_t len)
     s->data = data;
     s->cap = cap;
     return true;
-}
-
-// Copies n bytes with a few loads and stores that may overlap: the texts of
-// strings are mostly a few characters long, too short to pay for a call.
-inline void copyText(char *to, const char *from, uint32_t n)
-{
-    if (n >= 8) {
-        if (n > 32) {
-            memcpy(to, from, n);
-        } else if (n > 16) {
-            __builtin_memcpy(to, from, 16);
-            __builtin_memcpy(to + n - 16, from + n - 16, 16);
-        } else {
-            __builtin_memcpy(to, from, 8);
-            __builtin_memcpy(to + n - 8, from + n - 8, 8);
-        }
-    } else if (n >= 4) {
-        __builtin_memcpy(to, from, 4);
-        __builtin_memcpy(to + n - 4, from + n - 4, 4);
-    } else if (n) {
-        to[0] = from[0];
-        to[n / 2] = from[n / 2];
-        to[n - 1] = from[n - 1];
-    }
 }
 
 // A new empty string; the record comes zero-filled.
@@ -226,7 +203,7 @@ int compare(const char *a, const char *b, bool ignoreCase)
 inline dynstr_s *fill(dynstr_s *s, const char *text, uint32_t n)
 {
     if (__builtin_expect(n < sizeof s->inl, 1)) {
-        copyText(s->inl, text, n);
+        zvplatform::copyShort(s->inl, text, n);
         s->len = n;
         return s;
     }

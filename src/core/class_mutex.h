@@ -8,6 +8,8 @@
 
 #include <stdint.h>
 
+#include "lock_word.h"
+
 namespace zv {
 
 class ClassMutex {
@@ -28,8 +30,7 @@ public:
             return 0;
         }
         annotatePreLock();
-        uint32_t expected = 0;
-        if (!__atomic_compare_exchange_n(&state_, &expected, 1u, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED))
+        if (!zvplatform::takeWord(&state_))
             lockContended();
         __atomic_store_n(&owner_, self, __ATOMIC_RELAXED);
         depth_ = 1;
@@ -46,7 +47,7 @@ public:
             return 0;
         annotatePreUnlock();
         __atomic_store_n(&owner_, uintptr_t{0}, __ATOMIC_RELAXED);
-        if (__atomic_exchange_n(&state_, 0u, __ATOMIC_RELEASE) == 2u)
+        if (zvplatform::giveWord(&state_))
             wake();
         annotatePostUnlock();
         return 0;
