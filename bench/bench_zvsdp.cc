@@ -263,32 +263,39 @@ void toString(benchmark::State &state, const Offer *offer)
     zvSdpDestruct(&session);
 }
 
-void cycle(benchmark::State &state, const Offer *offer)
+// One answer per iteration into a buffer as large as a printed session:
+// call(buffer, &length) is the host's work being measured.
+template <class Call>
+void answerEach(benchmark::State &state, const char *failure, Call call)
 {
     char answer[1024];
-    unsigned long before = allocations();
     for (auto _ : state) {
         uint32_t length = sizeof answer;
-        if (fullCycle(offer->text.c_str(), answer, &length) != ZVSDP_RC_OK)
-            state.SkipWithError("cycle failed");
+        if (call(answer, &length) != ZVSDP_RC_OK)
+            state.SkipWithError(failure);
         benchmark::DoNotOptimize(length);
     }
+}
+
+// The host's whole work per offer on one path (fullCycle, rfc3264Answer),
+// with the heap calls it made.
+template <uint32_t (*work)(const char *, char *, uint32_t *)>
+void perOffer(benchmark::State &state, const Offer *offer)
+{
+    unsigned long before = allocations();
+    answerEach(state, "answer failed",
+               [offer](char *answer, uint32_t *length) { return work(offer->text.c_str(), answer, length); });
     reportAllocations(state, before);
 }
 
-// The RFC 3264 answer from the offer text: the whole of the host's work per
-// offer on this path.
-void answerText(benchmark::State &state, const Offer *offer)
+// Host threads answering at once, each on sessions of its own against the
+// one shared local session: cycles per second of all threads together,
+// against wall time.
+void hostThreads(benchmark::State &state, const Offer *offer)
 {
-    char answer[1024];
-    unsigned long before = allocations();
-    for (auto _ : state) {
-        uint32_t length = sizeof answer;
-        if (rfc3264Answer(offer->text.c_str(), answer, &length) != ZVSDP_RC_OK)
-            state.SkipWithError("answer failed");
-        benchmark::DoNotOptimize(length);
-    }
-    reportAllocations(state, before);
+    answerEach(state, "cycle failed",
+               [offer](char *answer, uint32_t *length) { return fullCycle(offer->text.c_str(), answer, length); });
+    state.SetItemsProcessed(state.iterations());
 }
 
 // The same from a stack message the host parsed once.
@@ -298,14 +305,10 @@ void answerMessage(benchmark::State &state, const Offer *offer)
     uint32_t size = static_cast<uint32_t>(offer->text.size());
     int status = 0;
     rvSdpMsgConstructParse(&msg, offer->text.c_str(), &size, &status);
-    char answer[1024];
     unsigned long before = allocations();
-    for (auto _ : state) {
-        uint32_t length = sizeof answer;
-        if (zvSdpHelperAnswerRvOffer(&msg, g_local, nullptr, answer, &length) != ZVSDP_RC_OK)
-            state.SkipWithError("answer failed");
-        benchmark::DoNotOptimize(length);
-    }
+    answerEach(state, "answer failed", [&msg](char *answer, uint32_t *length) {
+        return zvSdpHelperAnswerRvOffer(&msg, g_local, nullptr, answer, length);
+    });
     reportAllocations(state, before);
     rvSdpMsgDestruct(&msg);
 }
@@ -425,8 +428,14 @@ int main(int argc, char **argv)
         benchmark::RegisterBenchmark(("construct_from_string/" + o.name).c_str(), constructFromString, &o);
         benchmark::RegisterBenchmark(("negotiate/" + o.name).c_str(), negotiate, &o);
         benchmark::RegisterBenchmark(("to_string/" + o.name).c_str(), toString, &o);
-        benchmark::RegisterBenchmark(("full_cycle/" + o.name).c_str(), cycle, &o);
-        benchmark::RegisterBenchmark(("answer_rfc3264/" + o.name).c_str(), answerText, &o);
+        benchmark::RegisterBenchmark(("full_cycle/" + o.name).c_str(), perOffer<fullCycle>, &o);
+        if (o.name == "gateway")
+            benchmark::RegisterBenchmark(("host_threads/" + o.name).c_str(), hostThreads, &o)
+                ->Threads(1)
+                ->Threads(2)
+                ->Threads(4)
+                ->UseRealTime();
+        benchmark::RegisterBenchmark(("answer_rfc3264/" + o.name).c_str(), perOffer<rfc3264Answer>, &o);
         benchmark::RegisterBenchmark(("answer_rfc3264_message/" + o.name).c_str(), answerMessage, &o);
 #ifdef ZVSDP_HAVE_OSIP2
         benchmark::RegisterBenchmark(("osip2_parse_print/" + o.name).c_str(), osipParse, &o);

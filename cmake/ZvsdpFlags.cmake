@@ -1,5 +1,13 @@
 # Compile and link settings shared by every target of the tree.
 
+include(CheckLinkerFlag)
+# Flash is what a gateway is short of: with the code in a segment of its own
+# (the linker's default on x86-64 since binutils 2.31) every library's file
+# carries up to three part-empty pages of padding, some 4 KB each on
+# average. Read-only data then shares the executable segment, as it did
+# before that default.
+check_linker_flag(C "-Wl,-z,noseparate-code" ZVSDP_LINKER_HAS_NOSEPARATE_CODE)
+
 add_compile_options(-Wall -Wextra -Werror)
 
 if(ZVSDP_SANITIZE)
@@ -16,10 +24,15 @@ function(zvsdp_runtime_library target)
     C_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
+  # Calls inside a library go straight to its own functions, not through
+  # the PLT: a host that interposes one of our symbols is not supported.
   target_compile_options(${target} PRIVATE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
-    -ffunction-sections -fdata-sections)
-  target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,--gc-sections)
+    -ffunction-sections -fdata-sections -fno-semantic-interposition)
+  target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,--gc-sections -Wl,-Bsymbolic-functions)
+  if(ZVSDP_LINKER_HAS_NOSEPARATE_CODE)
+    target_link_options(${target} PRIVATE -Wl,-z,noseparate-code)
+  endif()
   # clang leaves the sanitizer runtime to the executable, so its sanitized
   # libraries have undefined references by design.
   if(NOT (ZVSDP_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))

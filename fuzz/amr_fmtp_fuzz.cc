@@ -76,7 +76,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     FUZZ_CHECK(rc == ZVSDP_RC_OK || rc == ZVSDP_RC_INVALID || rc == ZVSDP_RC_EXTERNAL ||
                rc == ZVSDP_RC_NO_RESOURCE);
     zvSdpPayloadObjDestruct(payload);
-    FUZZ_CHECK(fuzzsupport::recordsInUse() == before);
+    fuzzsupport::endInput(before);
     free(text);
     return 0;
 }

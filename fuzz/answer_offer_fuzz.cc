@@ -11,17 +11,11 @@
 
 namespace {
 
-CSdp *g_local;
-
-void buildLocal()
-{
-    const char *local = "m=audio 5004 RTP/AVP 107 106 8 0 13 96 108\n"
+const char kLocal[] = "m=audio 5004 RTP/AVP 107 106 8 0 13 96 108\n"
                         "a=rtpmap:107 AMR-WB/16000\na=fmtp:107 mode-set=0,1,2;mode-change-capability=2\n"
                         "a=rtpmap:106 AMR/8000\na=fmtp:106 mode-set=0,2,4,7;octet-align=1;max-red=0\n"
                         "a=rtpmap:96 telephone-event/8000\na=fmtp:96 0-15\n"
                         "a=rtpmap:108 telephone-event/16000\na=ptime:20\na=sendrecv\n";
-    FUZZ_CHECK(zvSdpConstructFromString(local, &g_local) == ZVSDP_RC_OK);
-}
 
 // Every line of an answer starts with one of the letters it may hold.
 void checkAnswer(const char *text, uint32_t length, const char *letters)
@@ -40,15 +34,13 @@ void checkAnswer(const char *text, uint32_t length, const char *letters)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    fuzzsupport::startOnce();
-    if (!g_local)
-        buildLocal();
-    const uint32_t before = fuzzsupport::recordsInUse();
-    std::string text(reinterpret_cast<const char *>(data), size);
+    CSdp *local = nullptr;
+    const uint32_t before = fuzzsupport::beginInput(kLocal, &local);
+    const std::string text = fuzzsupport::textOf(data, size);
     std::vector<char> out(2 * size + 4096);
 
     uint32_t length = static_cast<uint32_t>(out.size());
-    uint32_t rc = zvSdpHelperAnswerOffer(text.c_str(), g_local, nullptr, out.data(), &length);
+    uint32_t rc = zvSdpHelperAnswerOffer(text.c_str(), local, nullptr, out.data(), &length);
     FUZZ_CHECK(rc == ZVSDP_RC_OK || rc == ZVSDP_RC_INVALID);
     if (rc == ZVSDP_RC_OK)
         checkAnswer(out.data(), length, "ma");
@@ -59,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     // A small buffer learns the size the same answer needs.
     char small[16];
     length = sizeof small;
-    uint32_t smallRc = zvSdpHelperAnswerOffer(text.c_str(), g_local, nullptr, small, &length);
+    uint32_t smallRc = zvSdpHelperAnswerOffer(text.c_str(), local, nullptr, small, &length);
     FUZZ_CHECK(smallRc == ZVSDP_RC_OK || smallRc == ZVSDP_RC_INVALID);
     FUZZ_CHECK(small[0] == '\0' || smallRc == ZVSDP_RC_OK);
     if (rc == ZVSDP_RC_OK)
@@ -67,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     ZvSdpAnswerSession session = {"gw", "1", "2", "192.0.2.1", nullptr, "call"};
     length = static_cast<uint32_t>(out.size());
-    uint32_t bodyRc = zvSdpHelperAnswerOffer(text.c_str(), g_local, &session, out.data(), &length);
+    uint32_t bodyRc = zvSdpHelperAnswerOffer(text.c_str(), local, &session, out.data(), &length);
     FUZZ_CHECK(bodyRc == rc);
     if (bodyRc == ZVSDP_RC_OK) {
         checkAnswer(out.data(), length, "vosctrma");
@@ -79,12 +71,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     int status = 0;
     rvSdpMsgConstructParse(&message, text.c_str(), &parsed, &status);
     length = static_cast<uint32_t>(out.size());
-    rc = zvSdpHelperAnswerRvOffer(&message, g_local, nullptr, out.data(), &length);
+    rc = zvSdpHelperAnswerRvOffer(&message, local, nullptr, out.data(), &length);
     FUZZ_CHECK(rc == ZVSDP_RC_OK || rc == ZVSDP_RC_INVALID);
     if (rc == ZVSDP_RC_OK)
         checkAnswer(out.data(), length, "ma");
     rvSdpMsgDestruct(&message);
 
-    FUZZ_CHECK(fuzzsupport::recordsInUse() == before);
+    fuzzsupport::endInput(before);
     return 0;
 }

@@ -7,20 +7,12 @@
 
 namespace {
 
-CSdp *g_local;
-
 // The local capabilities the gateway negotiates against.
-void buildLocal()
-{
-    FUZZ_CHECK(zvSdpConstruct(&g_local) == ZVSDP_RC_OK);
-    CMedia *audio = nullptr;
-    FUZZ_CHECK(zvSdpAddMediaDescriptor(g_local, ZVSDP_MT_AUDIO, ZVSDP_TP_RTPAVP, &audio) == ZVSDP_RC_OK);
-    zvSdpMediaAddPayload(audio, 107, "AMR-WB", 16000, 1, "mode-set=0,1,2;octet-align=1", nullptr);
-    zvSdpMediaAddPayload(audio, 8, "PCMA", 8000, 1, nullptr, nullptr);
-    zvSdpMediaAddPayload(audio, 96, "telephone-event", 8000, 1, "0-15", nullptr);
-}
+const char kLocal[] = "m=audio 5004 RTP/AVP 107 8 96\n"
+                      "a=rtpmap:107 AMR-WB/16000\na=fmtp:107 mode-set=0,1,2;octet-align=1\n"
+                      "a=rtpmap:96 telephone-event/8000\na=fmtp:96 0-15\n";
 
-void useSession(CSdp *session)
+void useSession(CSdp *session, CSdp *local)
 {
     char text[1024];
     uint32_t length = sizeof text;
@@ -35,7 +27,7 @@ void useSession(CSdp *session)
 
     CSdp *answer = nullptr;
     if (zvSdpConstruct(&answer) == ZVSDP_RC_OK) {
-        zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities(session, g_local, answer, 1);
+        zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities(session, local, answer, 1);
         zvSdpFilterTelephoneEventsForAdvertisedCodecs(answer);
         length = sizeof text;
         zvSdpToString(answer, text, &length);
@@ -47,12 +39,10 @@ void useSession(CSdp *session)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    fuzzsupport::startOnce();
-    if (!g_local)
-        buildLocal();
     if (size > UINT32_MAX)
         return 0;
-    const uint32_t before = fuzzsupport::recordsInUse();
+    CSdp *local = nullptr;
+    const uint32_t before = fuzzsupport::beginInput(kLocal, &local);
 
     RvSdpMsg msg;
     uint32_t length = static_cast<uint32_t>(size);
@@ -64,13 +54,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     FUZZ_CHECK(zvSdpConstruct(&session) == ZVSDP_RC_OK);
     uint32_t rc = zvSdpCopyRvMedia(session, &msg);
     FUZZ_CHECK(rc == ZVSDP_RC_OK || rc == ZVSDP_RC_EXTERNAL);
-    useSession(session);
+    useSession(session, local);
     // Copying again replaces the media the session holds.
     rc = zvSdpCopyRvMedia(session, &msg);
     FUZZ_CHECK(rc == ZVSDP_RC_OK || rc == ZVSDP_RC_EXTERNAL);
-    useSession(session);
+    useSession(session, local);
     FUZZ_CHECK(zvSdpDestruct(&session) == ZVSDP_RC_OK);
     rvSdpMsgDestruct(&msg);
-    FUZZ_CHECK(fuzzsupport::recordsInUse() == before);
+    fuzzsupport::endInput(before);
     return 0;
 }

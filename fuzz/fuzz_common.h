@@ -4,21 +4,14 @@
 #pragma once
 
 #include <stdint.h>
-#include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 
+#include <string>
+
+#include "fuzz_check.h"
 #include "memm.h"
 #include "zvsdp.h"
 #include "zvubus.h"
-
-#define FUZZ_CHECK(cond)                                                         \
-    do {                                                                         \
-        if (!(cond)) {                                                           \
-            fprintf(stderr, "check failed: %s (line %d)\n", #cond, __LINE__);    \
-            abort();                                                             \
-        }                                                                        \
-    } while (0)
 
 namespace fuzzsupport {
 
@@ -47,6 +40,46 @@ inline uint32_t recordsInUse()
             total += inUse;
     }
     return total;
+}
+
+// Starts the library once; the records in use before an input, for the
+// leak check after it (endInput).
+inline uint32_t beginInput()
+{
+    startOnce();
+    return recordsInUse();
+}
+
+inline void endInput(uint32_t before)
+{
+    FUZZ_CHECK(recordsInUse() == before);
+}
+
+// The local capabilities a target negotiates against, parsed once from
+// `text` (one media description).
+inline CSdp *localSession(const char *text)
+{
+    static CSdp *local = nullptr;
+    if (!local)
+        FUZZ_CHECK(zvSdpConstructFromString(text, &local) == ZVSDP_RC_OK);
+    return local;
+}
+
+// Starts an input that is negotiated against local capabilities: the local
+// session is parsed before the count, as it lives on. The records in use
+// before the input, for endInput.
+inline uint32_t beginInput(const char *localText, CSdp **local)
+{
+    startOnce();
+    *local = localSession(localText);
+    return recordsInUse();
+}
+
+// The input as the library takes text: NUL-terminated, so whatever follows
+// a NUL is not part of it.
+inline std::string textOf(const uint8_t *data, size_t size)
+{
+    return std::string(reinterpret_cast<const char *>(data), size);
 }
 
 }  // namespace fuzzsupport

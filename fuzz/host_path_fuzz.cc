@@ -9,31 +9,18 @@
 
 namespace {
 
-CSdp *g_local;
-
-void buildLocal()
-{
-    FUZZ_CHECK(zvSdpConstruct(&g_local) == ZVSDP_RC_OK);
-    CMedia *audio = nullptr;
-    FUZZ_CHECK(zvSdpAddMediaDescriptor(g_local, ZVSDP_MT_AUDIO, ZVSDP_TP_RTPAVP, &audio) == ZVSDP_RC_OK);
-    zvSdpMediaAddPayload(audio, 106, "AMR", 8000, 1, "mode-set=0,2,4,7;max-red=200", nullptr);
-    zvSdpMediaAddStaticPayloadType(audio, 0, nullptr);
-    zvSdpMediaAddStaticPayloadType(audio, 8, nullptr);
-    zvSdpMediaAddDynamicPayload(audio, 96, nullptr);
-    zvSdpMediaAddDynamicPayload(audio, 108, nullptr);
-}
+// Both AMR bands' worth of negotiation and telephone events at two rates.
+const char kLocal[] = "m=audio 5004 RTP/AVP 106 0 8 96 108\n"
+                      "a=rtpmap:106 AMR/8000\na=fmtp:106 mode-set=0,2,4,7;max-red=200\n"
+                      "a=rtpmap:96 telephone-event/8000\na=rtpmap:108 telephone-event/16000\n";
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    fuzzsupport::startOnce();
-    if (!g_local)
-        buildLocal();
-    const uint32_t before = fuzzsupport::recordsInUse();
-    // The library takes NUL-terminated text; whatever follows a NUL is not
-    // part of it.
-    std::string text(reinterpret_cast<const char *>(data), size);
+    CSdp *local = nullptr;
+    const uint32_t before = fuzzsupport::beginInput(kLocal, &local);
+    const std::string text = fuzzsupport::textOf(data, size);
 
     CSdp *remote = nullptr;
     uint32_t rc = zvSdpConstructFromString(text.c_str(), &remote);
@@ -55,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
         CSdp *answer = nullptr;
         if (zvSdpConstruct(&answer) == ZVSDP_RC_OK) {
-            zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities(remote, g_local, answer, 1);
+            zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities(remote, local, answer, 1);
             FUZZ_CHECK(zvSdpFilterTelephoneEventsForAdvertisedCodecs(answer) == ZVSDP_RC_OK);
             length = sizeof printed;
             FUZZ_CHECK(zvSdpToString(answer, printed, &length) == ZVSDP_RC_OK);
@@ -63,6 +50,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         }
         FUZZ_CHECK(zvSdpDestruct(&remote) == ZVSDP_RC_OK);
     }
-    FUZZ_CHECK(fuzzsupport::recordsInUse() == before);
+    fuzzsupport::endInput(before);
     return 0;
 }

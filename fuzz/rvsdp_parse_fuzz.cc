@@ -7,43 +7,37 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "fuzz_check.h"
 #include "rvsdp.h"
 
-#define CHECK(cond)                                                      \
-    do {                                                                 \
-        if (!(cond)) {                                                   \
-            fprintf(stderr, "check failed: %s (line %d)\n", #cond, __LINE__); \
-            abort();                                                     \
-        }                                                                \
-    } while (0)
 
 namespace {
 
 // Reads everything a caller could read; the values only have to be sane.
 void walk(RvSdpMsg *msg) {
     RvSdpList *media = rvSdpMsgGetMediaDescrList(msg);
-    CHECK(rvSdpListGetSize(media) <= RVSDP_MAX_MEDIA);
+    FUZZ_CHECK(rvSdpListGetSize(media) <= RVSDP_MAX_MEDIA);
     for (void *it = rvSdpListGetFirst(media); it; it = rvSdpListGetNext(media, it)) {
         auto *d = static_cast<RvSdpMediaDescr *>(it);
-        CHECK(rvSdpMediaTypeTxt2Val(rvSdpMediaDescrGetMediaTypeStr(d)) == rvSdpMediaDescrGetMediaType(d));
-        CHECK(rvSdpMediaDescrGetProtocol(d) >= 1 && rvSdpMediaDescrGetProtocol(d) <= 23);
-        CHECK(rvSdpMediaDescrGetPort(d) >= 0 && rvSdpMediaDescrGetPort(d) <= 65535);
+        FUZZ_CHECK(rvSdpMediaTypeTxt2Val(rvSdpMediaDescrGetMediaTypeStr(d)) == rvSdpMediaDescrGetMediaType(d));
+        FUZZ_CHECK(rvSdpMediaDescrGetProtocol(d) >= 1 && rvSdpMediaDescrGetProtocol(d) <= 23);
+        FUZZ_CHECK(rvSdpMediaDescrGetPort(d) >= 0 && rvSdpMediaDescrGetPort(d) <= 65535);
         int n = rvSdpMediaDescrGetNumOfPayloads(d);
-        CHECK(n <= RVSDP_MAX_FORMATS);
+        FUZZ_CHECK(n <= RVSDP_MAX_FORMATS);
         for (int i = 0; i < n; ++i) {
             int pt = rvSdpMediaDescrGetPayload(d, i);
-            CHECK(pt == RVSDP_PAYLOAD_NOT_NUMBER || (pt >= 0 && pt <= RVSDP_MAX_FORMAT_NUMBER));
-            CHECK(rvSdpMediaDescrGetFormat(d, i) != nullptr);
+            FUZZ_CHECK(pt == RVSDP_PAYLOAD_NOT_NUMBER || (pt >= 0 && pt <= RVSDP_MAX_FORMAT_NUMBER));
+            FUZZ_CHECK(rvSdpMediaDescrGetFormat(d, i) != nullptr);
         }
-        CHECK(rvSdpMediaDescrGetPayload(d, n) == -1);
+        FUZZ_CHECK(rvSdpMediaDescrGetPayload(d, n) == -1);
         size_t rtpmaps = rvSdpGetNumOfSpecialAttr(d, RVSDP_SPEC_ATTR_RTPMAP);
         for (size_t i = 0; i < rtpmaps; ++i) {
             RvSdpRtpMap *r = rvSdpGetSpecialAttr(d, i, RVSDP_SPEC_ATTR_RTPMAP);
-            CHECK(r != nullptr);
-            CHECK(rvSdpRtpMapGetPayload(r) >= -1 && rvSdpRtpMapGetClockRate(r) >= -1);
-            CHECK(rvSdpRtpMapGetChannels(r) >= 0);
+            FUZZ_CHECK(r != nullptr);
+            FUZZ_CHECK(rvSdpRtpMapGetPayload(r) >= -1 && rvSdpRtpMapGetClockRate(r) >= -1);
+            FUZZ_CHECK(rvSdpRtpMapGetChannels(r) >= 0);
             const char *name = rvSdpRtpMapGetEncodingName(r);
-            CHECK(!name || strlen(name) > 0);
+            FUZZ_CHECK(!name || strlen(name) > 0);
         }
         for (RvSdpAttribute *a = rvSdpGetFirstSpecialAttr(d, RVSDP_SPEC_ATTR_FMTP); a;
              a = rvSdpGetNextSpecialAttr(a, RVSDP_SPEC_ATTR_FMTP)) {
@@ -53,11 +47,11 @@ void walk(RvSdpMsg *msg) {
         size_t attrs = rvSdpMediaDescrGetNumOfAttr(d);
         for (size_t i = 0; i < attrs; ++i) {
             RvSdpAttribute *a = rvSdpMediaDescrGetAttribute(d, i);
-            CHECK(a && rvSdpAttributeGetName(a) && *rvSdpAttributeGetName(a));
+            FUZZ_CHECK(a && rvSdpAttributeGetName(a) && *rvSdpAttributeGetName(a));
         }
         RvSdpConnection *c = rvSdpMediaDescrGetConnection(d);
         if (!c) c = rvSdpMsgGetConnection(msg);
-        if (c) CHECK(rvSdpConnectionGetAddress(c) != nullptr);
+        if (c) FUZZ_CHECK(rvSdpConnectionGetAddress(c) != nullptr);
     }
 }
 
@@ -65,15 +59,15 @@ void walk(RvSdpMsg *msg) {
 // sees any write past it).
 char *encode(RvSdpMsg *msg, int *length) {
     int n = rvSdpMsgEncodeToBuf(msg, nullptr, 0);
-    CHECK(n >= 0);
+    FUZZ_CHECK(n >= 0);
     char *buf = static_cast<char *>(malloc(static_cast<size_t>(n) + 1));
-    CHECK(buf);
+    FUZZ_CHECK(buf);
     if (n > 0) {
-        CHECK(rvSdpMsgEncodeToBuf(msg, buf, static_cast<uint32_t>(n)) == n);
-        CHECK(buf[0] == '\0');
+        FUZZ_CHECK(rvSdpMsgEncodeToBuf(msg, buf, static_cast<uint32_t>(n)) == n);
+        FUZZ_CHECK(buf[0] == '\0');
     }
-    CHECK(rvSdpMsgEncodeToBuf(msg, buf, static_cast<uint32_t>(n) + 1) == n);
-    CHECK(strlen(buf) == static_cast<size_t>(n));
+    FUZZ_CHECK(rvSdpMsgEncodeToBuf(msg, buf, static_cast<uint32_t>(n) + 1) == n);
+    FUZZ_CHECK(strlen(buf) == static_cast<size_t>(n));
     *length = n;
     return buf;
 }
@@ -89,12 +83,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     RvSdpMsg *result =
         rvSdpMsgConstructParse(&msg, reinterpret_cast<const char *>(data), &length, &status);
 
-    CHECK(status == RVSDP_OK || status == RVSDP_PARSE_PARTIAL || status == RVSDP_PARSE_NOT_SDP);
-    CHECK(length <= size);
-    CHECK((status == RVSDP_PARSE_NOT_SDP) == (length == 0));
-    CHECK(result == (status == RVSDP_PARSE_NOT_SDP ? nullptr : &msg));
-    if (size <= RVSDP_NOHEAP_TEXT_LEN) CHECK(rvSdpMsgGetHeapSize(&msg) == 0);
-    CHECK(rvSdpMsgGetHeapSize(&msg) <= RVSDP_HEAP_PER_BYTE * size + RVSDP_CHUNK_SIZE);
+    FUZZ_CHECK(status == RVSDP_OK || status == RVSDP_PARSE_PARTIAL || status == RVSDP_PARSE_NOT_SDP);
+    FUZZ_CHECK(length <= size);
+    FUZZ_CHECK((status == RVSDP_PARSE_NOT_SDP) == (length == 0));
+    FUZZ_CHECK(result == (status == RVSDP_PARSE_NOT_SDP ? nullptr : &msg));
+    if (size <= RVSDP_NOHEAP_TEXT_LEN) FUZZ_CHECK(rvSdpMsgGetHeapSize(&msg) == 0);
+    FUZZ_CHECK(rvSdpMsgGetHeapSize(&msg) <= RVSDP_HEAP_PER_BYTE * size + RVSDP_CHUNK_SIZE);
 
     walk(&msg);
     int n1;
@@ -108,14 +102,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     int status2;
     rvSdpMsgConstructParse(&again, text1, &length2, &status2);
     if (n1 == 0) {
-        CHECK(status2 == RVSDP_PARSE_NOT_SDP);
+        FUZZ_CHECK(status2 == RVSDP_PARSE_NOT_SDP);
     } else {
-        CHECK(status2 == RVSDP_OK);
-        CHECK(length2 == static_cast<uint32_t>(n1));
+        FUZZ_CHECK(status2 == RVSDP_OK);
+        FUZZ_CHECK(length2 == static_cast<uint32_t>(n1));
     }
     int n2;
     char *text2 = encode(&again, &n2);
-    CHECK(n1 == n2 && memcmp(text1, text2, static_cast<size_t>(n1)) == 0);
+    FUZZ_CHECK(n1 == n2 && memcmp(text1, text2, static_cast<size_t>(n1)) == 0);
     rvSdpMsgDestruct(&again);
     free(text1);
     free(text2);

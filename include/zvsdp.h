@@ -16,6 +16,20 @@
  *   buffer's size; out, the length of the text written.
  * - Messages go to syslog(3) at priority 7, gated by per-module trace levels
  *   (0 = silent, 1 critical, 2 error, 3 debug, 4 information).
+ *
+ * Sections below, and the source folder that implements each:
+ *   result codes, enumerations, records, handles      this header only
+ *   the codec table                                   src/codec
+ *   object modules; payload, attribute, media and
+ *   session objects; lifecycle and sessions           src/core
+ *   payload operations; media operations;
+ *   attributes, ptime and silence suppression         src/media
+ *   the session's media list; SDP text in and out;
+ *   capability declarations; telephone events         src/text
+ *   AMR format parameters; negotiation; the RFC 3264
+ *   answer; telephone-event corrections               src/codec
+ *   bus object                                        src/bus
+ * The README's "Where things live" names the file of each family.
  */
 #ifndef ZVSDP_H
 #define ZVSDP_H
@@ -458,7 +472,8 @@ ZVSDP_API uint32_t zvSdpPayloadGetPtime(CPayload *payloadHndl, uint32_t *ptime);
 /* The payload's clock rate and channel count. */
 ZVSDP_API uint32_t zvSdpPayloadGetClock(CPayload *objHndl, uint32_t *clock);
 ZVSDP_API uint32_t zvSdpPayloadGetChannels(CPayload *objHndl, uint32_t *channels);
-/* The fmtp text cut to *buflen - 1 characters ("" when none). */
+/* The fmtp text cut to *buflen - 1 characters ("" when none). A buffer of
+ * size 0 is not written at all (result 0, length 0). */
 ZVSDP_API uint32_t zvSdpPayloadGetFmtp(CPayload *objHndl, char *buf, uint32_t *buflen);
 /* The media's in-band DTMF flag, kept for the caller; settable on read-only
  * media. 0; 3 (logged); 5 for a NULL media. */
@@ -556,10 +571,12 @@ ZVSDP_API uint32_t zvSdpAttrIsFmtp(CAttribute *attrHndl, uint32_t *result);
 ZVSDP_API uint32_t zvSdpAttrIsCdsc(CAttribute *attrHndl, uint32_t *result);
 ZVSDP_API uint32_t zvSdpAttrIsCpar(CAttribute *attrHndl, uint32_t *result);
 ZVSDP_API uint32_t zvSdpAttrIsSqn(CAttribute *attrHndl, uint32_t *result);
-/* The name cut to *length - 1 characters (whole buffer cleared first). */
+/* The name cut to *length - 1 characters (whole buffer cleared first). A
+ * buffer of size 0 is not written at all (result 0, length 0). */
 ZVSDP_API uint32_t zvSdpAttrGetName(CAttribute *attrObj, char *name, uint32_t *length);
 /* The value cut to *length characters: this writes up to *length + 1
- * bytes, so pass a buffer one byte larger than *length. "" when none. */
+ * bytes, so pass a buffer one byte larger than *length. "" when none. A
+ * buffer of size 0 is not written at all (result 0, length 0). */
 ZVSDP_API uint32_t zvSdpAttrGetValueStr(CAttribute *attrObj, char *value, uint32_t *length);
 /* 9 when the value is not an integer (output unchanged). */
 ZVSDP_API uint32_t zvSdpAttrGetValueInt(CAttribute *attrObj, uint32_t *value);

@@ -14,7 +14,13 @@
  * record never read memory that is not one of its records.
  *
  * Every call is thread-safe. Release hooks run without any pool lock held,
- * so a hook may free records of any pool, its own included.
+ * so a hook may free records of any pool, its own included. Each thread
+ * keeps a few freed records of each pool for its next allocations; they
+ * count as free, and a pool that has no other free record left hands them
+ * to any thread before it fails (or grows), so a pool of n records gives
+ * exactly n whatever the number of threads. A thread's first call may
+ * allocate memory for that thread; when the thread ends, its records go
+ * back to the pools and that memory to the next new thread.
  */
 #ifndef MEMM_H
 #define MEMM_H
@@ -64,8 +70,9 @@ void memm_free(void *record);
 void *memm_getfirst(int pool);
 
 /* Fills the three counts: records in use, records free without growing,
- * records the pool holds in all. 0, or -1 for an unknown pool (counts
- * untouched). Any output pointer may be NULL. */
+ * records the pool holds in all, as of one moment even while other threads
+ * allocate and free. 0, or -1 for an unknown pool (counts untouched). Any
+ * output pointer may be NULL. */
 int memm_get_stats(int pool, uint32_t *in_use, uint32_t *available, uint32_t *capacity);
 
 /* 1 when `record` is a live record of `pool` (its address is a record slot

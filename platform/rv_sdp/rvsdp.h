@@ -45,7 +45,10 @@ extern "C" {
  * that does not follow its RFC 4566 grammar, an unknown type letter, a
  * repeated v/o/s/i/u/k/z line, an r= line before any t= line, a line longer
  * than RVSDP_MAX_LINE_LEN, media or formats beyond the limits, storage
- * short). */
+ * short). An m-line whose port is not a number of 0..65535, or whose number
+ * of ports is not one of 1..65535, is no such line: it is kept with port 0
+ * and no number of ports (a rejected stream), its section with it, so that
+ * the m-lines after it keep their places; the status is still -2. */
 #define RVSDP_PARSE_PARTIAL (-2)
 /* Parse: not SDP at all: no line of the text is an SDP line (includes the
  * empty text). The consumed length is then 0. */

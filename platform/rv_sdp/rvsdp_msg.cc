@@ -112,36 +112,24 @@ RvSdpAttribute *addAttr(RvSdpMsg *msg, RvSdpList *list, const char *name, const 
     return a;
 }
 
-// Leading digits of the piece [p, end) after blanks are trimmed from its end.
-int numberPiece(const char *p, const char *end) {
-    while (end > p && (end[-1] == ' ' || end[-1] == '\t')) --end;
-    return parseNumber(p, static_cast<size_t>(end - p));
-}
+inline bool isBlank(char c) { return c == ' ' || c == '\t'; }
 
-// Fills the rtpmap fields from "<payload> <name>[/<rate>[/<channels>]]".
-void parseRtpMap(RvSdpMsg *msg, RvSdpRtpMapRec *r, const char *v, size_t len) {
-    r->payload = -1;
-    r->clockRate = -1;
-    r->channels = 0;
-    r->encodingName = nullptr;
-    if (!v) return;
-    const char *end = v + len;
-    const char *p = v;
-    while (p < end && *p != ' ' && *p != '\t') ++p;
-    r->payload = parseNumber(v, static_cast<size_t>(p - v));
-    while (p < end && (*p == ' ' || *p == '\t')) ++p;
-    const char *name = p;
-    while (p < end && *p != '/') ++p;
-    const char *nameEnd = p;
-    while (nameEnd > name && (nameEnd[-1] == ' ' || nameEnd[-1] == '\t')) --nameEnd;
-    if (nameEnd > name) r->encodingName = allocText(msg, name, static_cast<size_t>(nameEnd - name));
-    if (p == end) return;
-    const char *rate = ++p;
-    while (p < end && *p != '/') ++p;
-    r->clockRate = numberPiece(rate, p);
-    if (p == end) return;
-    int channels = numberPiece(p + 1, end);
-    r->channels = channels > 0 ? channels : 0;
+inline unsigned digitOf(char c) { return static_cast<unsigned>(static_cast<unsigned char>(c)) - '0'; }
+
+// Reads a number of an rtpmap value from p: the piece up to `stop` (or the
+// value's end), blanks cut from its end, as parseNumber reads it (1 to 9
+// digits, else -1). p is left at the stop or the end. The value ends in a
+// NUL and holds none before, so the loops need no bound: one pass sums the
+// digits while it looks for the stop.
+inline int readNumber(const char *&p, char stop) {
+    const char *start = p;
+    unsigned value = 0;
+    for (unsigned d; (d = digitOf(*p)) < 10; ++p) value = value * 10 + d;
+    size_t digits = static_cast<size_t>(p - start);
+    while (isBlank(*p)) ++p;
+    if (digits - 1 < 9 && (*p == stop || *p == '\0')) return static_cast<int>(value);
+    while (*p != stop && *p != '\0') ++p;
+    return -1;
 }
 
 int caseEqual(const char *a, const char *b) {
@@ -205,8 +193,19 @@ const char *val2Txt(const Code (&table)[N], int value) {
 }
 
 RvSdpFormat *formatAt(const RvSdpMediaDescr *d, int index) {
-    if (!d || index < 0) return nullptr;
-    return static_cast<RvSdpFormat *>(rvSdpListGetByIndex(&d->formats, static_cast<size_t>(index)));
+    if (!d || index < 0 || static_cast<uint32_t>(index) >= d->formats._count) return nullptr;
+    // A message is read by one thread at a time: its records may remember.
+    RvSdpMediaDescr *m = const_cast<RvSdpMediaDescr *>(d);
+    RvSdpFormat *f = static_cast<RvSdpFormat *>(m->formats._first);
+    int at = 0;
+    if (m->seenFormat && index >= m->seenIndex) {
+        f = m->seenFormat;
+        at = m->seenIndex;
+    }
+    for (; at < index; ++at) f = reinterpret_cast<RvSdpFormat *>(f->node.next);
+    m->seenFormat = f;
+    m->seenIndex = index;
+    return f;
 }
 
 const RvSdpRtpMapRec *asRtpMap(const RvSdpRtpMap *a) {
@@ -220,42 +219,23 @@ const RvSdpRtpMapRec *asRtpMap(const RvSdpRtpMap *a) {
 
 namespace rvsdp {
 
-void *allocRecord(RvSdpMsg *msg, size_t size) {
-    size = (size + 7) & ~size_t(7);
+void *allocRecordSlow(RvSdpMsg *msg, size_t size) {
     unsigned char *own;
     if (!reserve(msg, size, &own)) return nullptr;
-    unsigned char *p = own;
-    if (!p) {
-        p = msg->_arena + msg->_arenaLow;
-        msg->_arenaLow += size;
-    }
-    memset(p, 0, size);
+    if (own) return own;
+    unsigned char *p = msg->_arena + msg->_arenaLow;
+    msg->_arenaLow += size;
     return p;
 }
 
-char *allocText(RvSdpMsg *msg, const char *text, size_t len) {
+char *allocTextSlow(RvSdpMsg *msg, size_t size) {
     unsigned char *own;
-    if (!reserve(msg, len + 1, &own)) return nullptr;
-    char *p = reinterpret_cast<char *>(own);
-    if (!p) {
-        msg->_arenaHigh -= len + 1;
-        p = reinterpret_cast<char *>(msg->_arena + msg->_arenaHigh);
-    }
-    if (len) memcpy(p, text, len);
-    p[len] = '\0';
-    return p;
+    if (!reserve(msg, size, &own)) return nullptr;
+    if (own) return reinterpret_cast<char *>(own);
+    msg->_arenaHigh -= size;
+    return reinterpret_cast<char *>(msg->_arena + msg->_arenaHigh);
 }
 
-void listAppend(RvSdpList *list, void *item) {
-    RvSdpListNode *node = static_cast<RvSdpListNode *>(item);
-    node->next = nullptr;
-    if (list->_last)
-        static_cast<RvSdpListNode *>(list->_last)->next = node;
-    else
-        list->_first = node;
-    list->_last = node;
-    ++list->_count;
-}
 
 bool parseU64(const char *text, size_t len, uint64_t *value) {
     if (len == 0 || len > 20) return false;
@@ -270,64 +250,98 @@ bool parseU64(const char *text, size_t len, uint64_t *value) {
     return true;
 }
 
-int parseNumber(const char *text, size_t len) {
-    if (len == 0 || len > 9) return -1;
-    int v = 0;
-    for (size_t i = 0; i < len; ++i) {
-        if (text[i] < '0' || text[i] > '9') return -1;
-        v = v * 10 + (text[i] - '0');
+
+// Fills the rtpmap fields from "<payload> <name>[/<rate>[/<channels>]]". The
+// value is a text of the message (it ends in a NUL); len is its length.
+void parseRtpMap(RvSdpMsg *msg, RvSdpRtpMapRec *r, const char *v, size_t len) {
+    r->payload = -1;
+    r->clockRate = -1;
+    r->channels = 0;
+    r->encodingName = nullptr;
+    if (!v) return;
+    // The payload is the piece up to the first blank.
+    const char *p = v;
+    unsigned payload = 0;
+    for (unsigned d; (d = digitOf(*p)) < 10; ++p) payload = payload * 10 + d;
+    if (isBlank(*p) || *p == '\0') {
+        if (static_cast<size_t>(p - v) - 1 < 9) r->payload = static_cast<int>(payload);
+    } else {
+        while (!isBlank(*p) && *p != '\0') ++p;
     }
-    return v;
+    while (isBlank(*p)) ++p;
+    const char *name = p;
+    p = findInText<'/'>(p, v + len);
+    const char *nameEnd = p;
+    while (nameEnd > name && isBlank(nameEnd[-1])) --nameEnd;
+    if (nameEnd > name) r->encodingName = allocText(msg, name, static_cast<size_t>(nameEnd - name));
+    if (*p == '\0') return;
+    ++p;
+    r->clockRate = readNumber(p, '/');
+    if (*p == '\0') return;
+    ++p;
+    // The channels run to the end, '/' included.
+    int channels = readNumber(p, '\0');
+    r->channels = channels > 0 ? channels : 0;
 }
 
 RvSdpAttribute *newAttribute(RvSdpMsg *msg, const char *name, size_t nameLen, const char *value,
                              size_t valueLen) {
-    int kind = RVSDP_SPEC_ATTR_NONE;
-    if (nameLen == 6 && memcmp(name, "rtpmap", 6) == 0)
-        kind = RVSDP_SPEC_ATTR_RTPMAP;
-    else if (nameLen == 4 && memcmp(name, "fmtp", 4) == 0)
-        kind = RVSDP_SPEC_ATTR_FMTP;
-    size_t size = kind == RVSDP_SPEC_ATTR_RTPMAP ? sizeof(RvSdpRtpMapRec) : sizeof(RvSdpAttribute);
-    RvSdpAttribute *a = static_cast<RvSdpAttribute *>(allocRecord(msg, size));
-    if (!a || !(a->name = allocText(msg, name, nameLen))) return nullptr;
-    if (value && !(a->value = allocText(msg, value, valueLen))) return nullptr;
-    a->kind = kind;
-    if (kind == RVSDP_SPEC_ATTR_RTPMAP)
-        parseRtpMap(msg, reinterpret_cast<RvSdpRtpMapRec *>(a), value, valueLen);
-    return a;
+    if (value && value == name + nameLen + 1) {
+        // "name:value" as the line has it: one copy, cut at the colon.
+        char *text = allocText(msg, name, nameLen + 1 + valueLen);
+        if (!text) return nullptr;
+        text[nameLen] = '\0';
+        return attributeOf(msg, text, nameLen, text + nameLen + 1, valueLen);
+    }
+    const char *nameText = allocText(msg, name, nameLen);
+    const char *valueText = value ? allocText(msg, value, valueLen) : nullptr;
+    if (!nameText || (value && !valueText)) return nullptr;
+    return attributeOf(msg, nameText, nameLen, valueText, valueLen);
 }
 
-RvSdpMediaDescr *newMediaDescr(RvSdpMsg *msg, const char *type, size_t typeLen, int port,
-                               const char *proto, size_t protoLen) {
+RvSdpMediaDescr *mediaDescrOf(RvSdpMsg *msg, const char *type, int port, const char *proto) {
     if (msg->_media._count >= RVSDP_MAX_MEDIA) return nullptr;
     RvSdpMediaDescr *d = static_cast<RvSdpMediaDescr *>(allocRecord(msg, sizeof(RvSdpMediaDescr)));
     if (!d) return nullptr;
     d->msg = msg;
     d->port = port;
-    if (!(d->mediaType = allocText(msg, type, typeLen))) return nullptr;
-    if (!(d->protocol = allocText(msg, proto, protoLen))) return nullptr;
+    d->mediaType = type;
+    d->protocol = proto;
     listAppend(&msg->_media, d);
     return d;
+}
+
+RvSdpMediaDescr *newMediaDescr(RvSdpMsg *msg, const char *type, size_t typeLen, int port,
+                               const char *proto, size_t protoLen) {
+    if (msg->_media._count >= RVSDP_MAX_MEDIA) return nullptr;
+    const char *typeText = allocText(msg, type, typeLen);
+    const char *protoText = typeText ? allocText(msg, proto, protoLen) : nullptr;
+    return protoText ? mediaDescrOf(msg, typeText, port, protoText) : nullptr;
+}
+
+RvSdpConnection *connectionOf(RvSdpMsg *msg, const char *net, const char *addrType,
+                              const char *addr) {
+    RvSdpConnection *c = static_cast<RvSdpConnection *>(allocRecord(msg, sizeof(RvSdpConnection)));
+    if (!c) return nullptr;
+    c->netType = net;
+    c->addrType = addrType;
+    c->address = addr;
+    return c;
 }
 
 RvSdpConnection *newConnection(RvSdpMsg *msg, const char *net, size_t netLen,
                                const char *addrType, size_t addrTypeLen, const char *addr,
                                size_t addrLen) {
-    RvSdpConnection *c = static_cast<RvSdpConnection *>(allocRecord(msg, sizeof(RvSdpConnection)));
-    if (!c) return nullptr;
-    if (!(c->netType = allocText(msg, net, netLen)) ||
-        !(c->addrType = allocText(msg, addrType, addrTypeLen)) ||
-        !(c->address = allocText(msg, addr, addrLen)))
-        return nullptr;
-    return c;
+    const char *netText = allocText(msg, net, netLen);
+    const char *addrTypeText = netText ? allocText(msg, addrType, addrTypeLen) : nullptr;
+    const char *addrText = addrTypeText ? allocText(msg, addr, addrLen) : nullptr;
+    return addrText ? connectionOf(msg, netText, addrTypeText, addrText) : nullptr;
 }
 
 int addFormat(RvSdpMediaDescr *d, const char *text, size_t len) {
     if (d->formats._count >= RVSDP_MAX_FORMATS) return RVSDP_ERROR;
-    RvSdpFormat *f = static_cast<RvSdpFormat *>(allocRecord(d->msg, sizeof(RvSdpFormat)));
-    if (!f || !(f->text = allocText(d->msg, text, len))) return RVSDP_ERROR;
-    listAppend(&d->formats, f);
-    return RVSDP_OK;
+    const char *copy = allocText(d->msg, text, len);
+    return copy ? formatOf(d, copy) : RVSDP_ERROR;
 }
 
 }  // namespace rvsdp
@@ -490,7 +504,8 @@ RvSdpList *rvSdpMsgGetSessionTimeList(RvSdpMsg *m) {
 }
 RvSdpSessionTime *rvSdpMsgAddSessionTime(RvSdpMsg *m, uint64_t start, uint64_t stop) {
     if (!constructed(m)) return nullptr;
-    char a[24], b[24];
+    // As wide as the piecewise copy of a short text may read (allocText).
+    char a[32], b[32];
     int na = snprintf(a, sizeof a, "%llu", static_cast<unsigned long long>(start));
     int nb = snprintf(b, sizeof b, "%llu", static_cast<unsigned long long>(stop));
     RvSdpSessionTime *t =
@@ -605,7 +620,7 @@ const char *rvSdpMediaDescrGetFormat(const RvSdpMediaDescr *d, int index) {
 }
 int rvSdpMediaDescrAddPayloadNumber(RvSdpMediaDescr *d, int payload) {
     if (!d || payload < 0 || payload > RVSDP_MAX_FORMAT_NUMBER) return RVSDP_ERROR;
-    char text[16];
+    char text[32];  // as wide as the piecewise copy of a short text may read (allocText)
     int n = snprintf(text, sizeof text, "%d", payload);
     return addFormat(d, text, static_cast<size_t>(n));
 }
@@ -623,6 +638,7 @@ int rvSdpRemoveTextFromArray(RvSdpMediaDescr *d, int index) {
         d->formats._first = f->node.next;
     if (d->formats._last == f) d->formats._last = prev;
     --d->formats._count;
+    d->seenFormat = nullptr;
     return RVSDP_OK;
 }
 

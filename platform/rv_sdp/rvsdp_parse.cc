@@ -1,6 +1,8 @@
 // One pass over the text, line by line; each line is split in place by a
-// cursor and its fields are copied into the message's storage. Nothing is
-// allocated for a line that is refused.
+// cursor. The whole text is copied into the message's storage once, and each
+// field is cut from that copy by a NUL written where its delimiter stands
+// (only where the storage cannot take the copy is each field copied by
+// itself); records are allocated only for lines that are taken.
 #include "rvsdp_internal.h"
 
 #include <string.h>
@@ -10,6 +12,9 @@ using namespace rvsdp;
 namespace {
 
 inline bool blank(char c) { return c == ' ' || c == '\t'; }
+
+// The first blank at or after p, or e.
+inline const char *tokenEnd(const char *p, const char *e) { return findEither<' ', '\t'>(p, e); }
 
 struct Piece {
     const char *p = nullptr;
@@ -24,7 +29,7 @@ struct Cursor {
         while (p < e && blank(*p)) ++p;
         if (p == e) return false;
         out->p = p;
-        while (p < e && !blank(*p)) ++p;
+        p = tokenEnd(p, e);
         out->n = static_cast<size_t>(p - out->p);
         return true;
     }
@@ -42,7 +47,8 @@ struct Cursor {
 
 class Parser {
 public:
-    explicit Parser(RvSdpMsg *msg) : msg_(msg) {}
+    // `copy` holds the text from `base` on, or is NULL.
+    Parser(RvSdpMsg *msg, const char *base, char *copy) : msg_(msg), base_(base), copy_(copy) {}
 
     void line(const char *p, const char *e) {
         if (p == e) return;  // blank lines between sections are common; not an error
@@ -74,15 +80,28 @@ private:
         if (!ok) media_ = nullptr;
     }
 
+    // The n characters at p as a text of the message, or NULL when storage
+    // is short. Once cut, the copy's byte after them is gone for good: the
+    // fields of one line never overlap.
+    const char *keep(const char *p, size_t n) {
+        if (__builtin_expect(copy_ != nullptr, 1)) {
+            char *q = copy_ + (p - base_);
+            q[n] = '\0';
+            return q;
+        }
+        return allocText(msg_, p, n);
+    }
+    const char *keep(const Piece &t) { return keep(t.p, t.n); }
+
     bool setOnce(const char **field, const char *p, const char *e) {
         if (*field) return false;
-        *field = allocText(msg_, p, static_cast<size_t>(e - p));
+        *field = keep(p, static_cast<size_t>(e - p));
         return *field != nullptr;
     }
 
     bool text(RvSdpList *list, const char *p, const char *e) {
         RvSdpText *t = static_cast<RvSdpText *>(allocRecord(msg_, sizeof(RvSdpText)));
-        if (!t || !(t->text = allocText(msg_, p, static_cast<size_t>(e - p)))) return false;
+        if (!t || !(t->text = keep(p, static_cast<size_t>(e - p)))) return false;
         listAppend(list, t);
         return true;
     }
@@ -91,7 +110,12 @@ private:
         Piece t[3];
         Cursor c{p, e};
         if (!c.tokens(t, 3)) return false;
-        RvSdpConnection *conn = newConnection(msg_, t[0].p, t[0].n, t[1].p, t[1].n, t[2].p, t[2].n);
+        RvSdpConnection *conn;
+        if (copy_) {
+            conn = connectionOf(msg_, keep(t[0]), keep(t[1]), keep(t[2]));
+        } else {
+            conn = newConnection(msg_, t[0].p, t[0].n, t[1].p, t[1].n, t[2].p, t[2].n);
+        }
         if (!conn) return false;
         listAppend(list, conn);
         return true;
@@ -106,23 +130,41 @@ private:
         if (!parseU64(colon + 1, static_cast<size_t>(e - colon - 1), &value) || value > UINT32_MAX)
             return false;
         RvSdpBandwidth *b = static_cast<RvSdpBandwidth *>(allocRecord(msg_, sizeof(RvSdpBandwidth)));
-        if (!b || !(b->type = allocText(msg_, p, static_cast<size_t>(colon - p)))) return false;
+        if (!b || !(b->type = keep(p, static_cast<size_t>(colon - p)))) return false;
         b->value = static_cast<uint32_t>(value);
         listAppend(list, b);
         return true;
     }
 
     bool attribute(RvSdpList *list, const char *p, const char *e) {
-        const char *colon = static_cast<const char *>(memchr(p, ':', static_cast<size_t>(e - p)));
+        // Names are a few letters: looking for the colon costs less than a
+        // call, and the two names of most media lines are known at once.
+        const char *colon;
+        size_t n = static_cast<size_t>(e - p);
+        if (n >= 7 && memcmp(p, "rtpmap:", 7) == 0) {
+            colon = p + 6;
+        } else if (n >= 5 && memcmp(p, "fmtp:", 5) == 0) {
+            colon = p + 4;
+        } else {
+            colon = p;
+            while (colon < e && *colon != ':') ++colon;
+            if (colon == e) colon = nullptr;
+        }
         const char *nameEnd = colon ? colon : e;
         if (nameEnd == p) return false;
-        RvSdpAttribute *a =
-            colon ? newAttribute(msg_, p, static_cast<size_t>(nameEnd - p), colon + 1,
-                                 static_cast<size_t>(e - colon - 1))
-                  : newAttribute(msg_, p, static_cast<size_t>(nameEnd - p), nullptr, 0);
+        size_t nameLen = static_cast<size_t>(nameEnd - p);
+        size_t valueLen = colon ? static_cast<size_t>(e - colon - 1) : 0;
+        RvSdpAttribute *a = copy_ ? attributeOf(msg_, keep(p, nameLen), nameLen,
+                                                colon ? keep(colon + 1, valueLen) : nullptr, valueLen)
+                                  : copiedAttribute(p, nameLen, colon, valueLen);
         if (!a) return false;
         listAppend(list, a);
         return true;
+    }
+
+    __attribute__((noinline)) RvSdpAttribute *copiedAttribute(const char *p, size_t nameLen, const char *colon,
+                                                              size_t valueLen) {
+        return newAttribute(msg_, p, nameLen, colon ? colon + 1 : nullptr, valueLen);
     }
 
     bool timing(const char *p, const char *e) {
@@ -133,8 +175,7 @@ private:
             return false;
         RvSdpSessionTime *time =
             static_cast<RvSdpSessionTime *>(allocRecord(msg_, sizeof(RvSdpSessionTime)));
-        if (!time || !(time->start = allocText(msg_, t[0].p, t[0].n)) ||
-            !(time->stop = allocText(msg_, t[1].p, t[1].n)))
+        if (!time || !(time->start = keep(t[0])) || !(time->stop = keep(t[1])))
             return false;
         listAppend(&msg_->_times, time);
         lastTime_ = time;
@@ -147,7 +188,7 @@ private:
         if (msg_->_origin._user || !c.tokens(t, 6)) return false;
         const char *f[6];
         for (int i = 0; i < 6; ++i)
-            if (!(f[i] = allocText(msg_, t[i].p, t[i].n))) return false;
+            if (!(f[i] = keep(t[i]))) return false;
         msg_->_origin = RvSdpOrigin{f[0], f[1], f[2], f[3], f[4], f[5]};
         return true;
     }
@@ -195,18 +236,23 @@ private:
         const char *slash = static_cast<const char *>(memchr(port.p, '/', port.n));
         size_t portLen = slash ? static_cast<size_t>(slash - port.p) : port.n;
         int portValue = parseNumber(port.p, portLen);
-        int numOfPorts = 0;
-        if (portValue < 0 || portValue > 65535) return false;
-        if (slash) {
-            numOfPorts = parseNumber(slash + 1, port.n - portLen - 1);
-            if (numOfPorts < 1 || numOfPorts > 65535) return false;
+        int numOfPorts = slash ? parseNumber(slash + 1, port.n - portLen - 1) : 0;
+        if (portValue < 0 || portValue > 65535 || (slash && (numOfPorts < 1 || numOfPorts > 65535))) {
+            // Kept as a rejected stream rather than dropped: an answer owes
+            // every offered m-line one of its own, in the offer's order.
+            portValue = 0;
+            numOfPorts = 0;
+            partial_ = true;
         }
-        RvSdpMediaDescr *d = newMediaDescr(msg_, type.p, type.n, portValue, proto.p, proto.n);
+        RvSdpMediaDescr *d =
+            copy_ ? (msg_->_media._count < RVSDP_MAX_MEDIA ? mediaDescrOf(msg_, keep(type), portValue, keep(proto))
+                                                            : nullptr)
+                  : newMediaDescr(msg_, type.p, type.n, portValue, proto.p, proto.n);
         if (!d) return false;
         d->numOfPorts = numOfPorts;
         media_ = d;
         while (c.next(&fmt)) {
-            if (addFormat(d, fmt.p, fmt.n) != RVSDP_OK) {
+            if ((copy_ ? formatOf(d, keep(fmt)) : addFormat(d, fmt.p, fmt.n)) != RVSDP_OK) {
                 partial_ = true;  // formats beyond the limit are cut; the m-line stays
                 break;
             }
@@ -215,6 +261,8 @@ private:
     }
 
     RvSdpMsg *msg_;
+    const char *base_;
+    char *copy_;
     RvSdpMediaDescr *media_ = nullptr;
     RvSdpSessionTime *lastTime_ = nullptr;
     bool inMedia_ = false;
@@ -234,7 +282,10 @@ extern "C" RvSdpMsg *rvSdpMsgConstructParse(RvSdpMsg *msg, const char *text, uin
         const char *nul = static_cast<const char *>(memchr(text, '\0', len));
         if (nul) len = static_cast<size_t>(nul - text);
 
-        Parser parser(msg);
+        // Room for the copy and a NUL behind it: the last field may end the text.
+        char *copy = reserveText(msg, len + 1);
+        if (copy) zvplatform::copyShort(copy, text, len);
+        Parser parser(msg, text, copy);
         const char *pos = text;
         const char *end = text + len;
         while (pos < end) {

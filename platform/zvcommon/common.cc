@@ -1,4 +1,4 @@
-#include <stdio.h>
+#include <string.h>
 
 #include "pools.h"
 #include "zvcommon.h"
@@ -36,8 +36,21 @@ const char *zvPbxGetErrorString(uint32_t code)
     for (const CodeText &t : kTexts)
         if (t.code == code)
             return t.text;
-    static thread_local char generic[40];
-    snprintf(generic, sizeof generic, "Unknown error code %u", code);
+    // Written by hand: the one use of snprintf would cost the library an
+    // import.
+    static const char kPrefix[] = "Unknown error code ";
+    static thread_local char generic[sizeof kPrefix + 10];
+    char digits[10];
+    int n = 0;
+    do {
+        digits[n++] = static_cast<char>('0' + code % 10);
+        code /= 10;
+    } while (code);
+    memcpy(generic, kPrefix, sizeof kPrefix - 1);
+    char *out = generic + sizeof kPrefix - 1;
+    while (n)
+        *out++ = digits[--n];
+    *out = '\0';
     return generic;
 }
 

@@ -7,13 +7,43 @@
 
 #include "pools.h"
 #include "zvcommon.h"
+#include "short_copy.h"
 
+// Texts of up to 79 characters (names, values, the longest AMR fmtp lines a
+// gateway sees) live in the record itself.
 struct dynstr_s {
-    char *data;  // inl, or storage from the size-class pools
+    char *data;  // inl, or text storage from the size-class pools
     uint32_t len;
     uint32_t cap;  // usable bytes at data, terminator included
-    char inl[48];
+    char inl[80];
 };
+
+namespace {
+
+// Character storage begins with one byte saying what it holds, and the text
+// follows it, so that dynstr_strfree can tell its copies from the storage of
+// live strings (whose text a caller may hold through dynstr_cstr).
+constexpr char kTextTag = 0;  // a string's text: left alone by dynstr_strfree
+constexpr char kCopyTag = 1;  // a dynstr_strdup copy
+
+char *newStorage(uint32_t bytes, char tag, uint32_t *usable)
+{
+    uint32_t size = zvcommon::charClassSize(bytes + 1);
+    char *storage = size ? zvcommon::charAlloc(size) : nullptr;
+    if (!storage)
+        return nullptr;
+    storage[0] = tag;
+    if (usable)
+        *usable = size - 1;
+    return storage + 1;
+}
+
+void dropStorage(char *text)
+{
+    zvcommon::charFree(text - 1);
+}
+
+}  // namespace
 
 namespace zvcommon {
 
@@ -26,7 +56,7 @@ int dynstrReleaseHook(void *record, memm_release_fn)
 {
     dynstr_s *s = static_cast<dynstr_s *>(record);
     if (s->data && s->data != s->inl)
-        charFree(s->data);
+        dropStorage(s->data);
     return 0;
 }
 
@@ -36,35 +66,38 @@ using namespace zvcommon;
 
 namespace {
 
+bool grow(dynstr_s *s, uint32_t len);
+
 // Makes room for `len` characters plus the terminator; keeps the content.
-bool reserve(dynstr_s *s, uint32_t len)
+inline bool reserve(dynstr_s *s, uint32_t len)
 {
-    if (len + 1 <= s->cap)
-        return true;
-    uint32_t cap = charClassSize(len + 1);
-    if (cap == 0)
-        return false;
-    char *data = charAlloc(cap);
+    return len + 1 <= s->cap || grow(s, len);
+}
+
+bool grow(dynstr_s *s, uint32_t len)
+{
+    uint32_t cap = 0;
+    char *data = newStorage(len + 1, kTextTag, &cap);
     if (!data)
         return false;
     memcpy(data, s->data, s->len + 1);
     if (s->data != s->inl)
-        charFree(s->data);
+        dropStorage(s->data);
     s->data = data;
     s->cap = cap;
     return true;
 }
 
-dynstr_s *newString(int pool)
+// A new empty string; the record comes zero-filled.
+inline dynstr_s *newString(int pool)
 {
-    if (pool == MEMM_POOL_NONE || pool != dynstrPool())
+    if (!isDynstrPool(pool))
         return nullptr;
     dynstr_s *s = static_cast<dynstr_s *>(memm_alloc(pool));
     if (!s)
         return nullptr;
     s->data = s->inl;
     s->cap = sizeof s->inl;
-    s->len = 0;
     return s;
 }
 
@@ -80,10 +113,9 @@ int setN(dynstr_s *s, const char *text, uint32_t n)
     return 0;
 }
 
-uint32_t boundedLen(const char *text, uint32_t limit)
+inline uint32_t boundedLen(const char *text, uint32_t limit)
 {
-    const void *nul = memchr(text, '\0', limit);
-    return nul ? static_cast<uint32_t>(static_cast<const char *>(nul) - text) : limit;
+    return static_cast<uint32_t>(strnlen(text, limit));
 }
 
 // Appends n characters (cut at the cap). `text` may lie inside s's own
@@ -133,7 +165,7 @@ int vformat(dynstr_s *scratch, const char *format, va_list ap)
 void dropScratch(dynstr_s *scratch)
 {
     if (scratch->data != scratch->inl)
-        charFree(scratch->data);
+        dropStorage(scratch->data);
 }
 
 int vappend(dynstr_s *s, const char *format, va_list ap)
@@ -146,6 +178,11 @@ int vappend(dynstr_s *s, const char *format, va_list ap)
     return rc;
 }
 
+inline int asciiLower(unsigned char c)
+{
+    return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c;
+}
+
 int compare(const char *a, const char *b, bool ignoreCase)
 {
     if (!a || !b)
@@ -153,11 +190,28 @@ int compare(const char *a, const char *b, bool ignoreCase)
     if (!ignoreCase)
         return strcmp(a, b);
     for (;; ++a, ++b) {
-        int ca = tolower(static_cast<unsigned char>(*a));
-        int cb = tolower(static_cast<unsigned char>(*b));
+        int ca = asciiLower(static_cast<unsigned char>(*a));
+        int cb = asciiLower(static_cast<unsigned char>(*b));
         if (ca != cb || ca == 0)
             return ca - cb;
     }
+}
+
+// Gives s the n characters at text; a text that fits the record goes in
+// before the terminator the zero-filled record already holds. A string that
+// cannot take the text is given back: NULL then.
+inline dynstr_s *fill(dynstr_s *s, const char *text, uint32_t n)
+{
+    if (__builtin_expect(n < sizeof s->inl, 1)) {
+        zvplatform::copyShort(s->inl, text, n);
+        s->len = n;
+        return s;
+    }
+    if (setN(s, text, n) != 0) {
+        memm_free(s);
+        return nullptr;
+    }
+    return s;
 }
 
 // Shared by getint32 and getlong: the whole-text rule of the header.
@@ -192,19 +246,23 @@ extern "C" {
 
 dynstr_t dynstr_fromstr(int pool, const char *text)
 {
-    return dynstr_fromstrn(pool, text ? text : "", DYNSTR_MAX_LEN);
+    // The length first: then only it and the text are kept across a call.
+    // A C text ends, so its plain length (cheaper than a bounded one) is
+    // cut to the cap afterwards.
+    if (!text)
+        return newString(pool);
+    size_t length = strlen(text);
+    uint32_t n = __builtin_expect(length < sizeof(dynstr_s::inl), 1)
+                     ? static_cast<uint32_t>(length)
+                     : (length > DYNSTR_MAX_LEN ? DYNSTR_MAX_LEN : static_cast<uint32_t>(length));
+    dynstr_s *s = newString(pool);
+    return s ? fill(s, text, n) : nullptr;
 }
 
 dynstr_t dynstr_fromstrn(int pool, const char *text, uint32_t count)
 {
     dynstr_s *s = newString(pool);
-    if (!s)
-        return nullptr;
-    if (text && setN(s, text, boundedLen(text, count)) != 0) {
-        memm_free(s);
-        return nullptr;
-    }
-    return s;
+    return s && text ? fill(s, text, boundedLen(text, count)) : s;
 }
 
 dynstr_t dynstr_fromuint32(int pool, uint32_t value)
@@ -230,14 +288,8 @@ dynstr_t dynstr_fromprintf(int pool, const char *format, ...)
 
 dynstr_t dynstr_dup(int pool, dynstr_t source)
 {
-    if (!source)
-        return nullptr;
-    dynstr_s *s = newString(pool);
-    if (s && setN(s, source->data, source->len) != 0) {
-        memm_free(s);
-        return nullptr;
-    }
-    return s;
+    dynstr_s *s = source ? newString(pool) : nullptr;
+    return s ? fill(s, source->data, source->len) : nullptr;
 }
 
 void dynstr_release(dynstr_t s)
@@ -306,8 +358,8 @@ uint32_t dynstr_len(dynstr_t s)
 
 int dynstr_isdynstring(const void *p)
 {
-    int pool = dynstrPool();
-    return p && pool != MEMM_POOL_NONE && memm_isvalidobjfrompool(pool, p);
+    int pool = __atomic_load_n(&g_readyDynstrPool, __ATOMIC_RELAXED);
+    return p && pool != kNotReady && memm_isvalidobjfrompool(pool, p);
 }
 
 int dynstr_strcmp(dynstr_t a, dynstr_t b)
@@ -363,7 +415,7 @@ char *dynstr_strdup(dynstr_t s)
 {
     if (!s)
         return nullptr;
-    char *copy = charAlloc(s->len + 1);
+    char *copy = newStorage(s->len + 1, kCopyTag, nullptr);
     if (copy)
         memcpy(copy, s->data, s->len + 1);
     return copy;
@@ -371,8 +423,12 @@ char *dynstr_strdup(dynstr_t s)
 
 void dynstr_strfree(char *copy)
 {
-    if (isCharStorage(copy))
-        charFree(copy);
+    // The tag is read only once the byte before `copy` is known to begin
+    // character storage.
+    uintptr_t p = reinterpret_cast<uintptr_t>(copy);
+    char *storage = reinterpret_cast<char *>(p - 1);
+    if (p > 1 && isCharStorage(storage) && storage[0] == kCopyTag)
+        charFree(storage);
 }
 
 }  // extern "C"

@@ -8,60 +8,61 @@
 namespace zvcommon {
 namespace {
 
-// Size classes of character storage: 16, 32, ..., 65536 bytes.
+// Size classes of character storage: 16, 32, ..., 65536 bytes, the last
+// with room for a string of DYNSTR_MAX_LEN characters, its terminator and
+// the byte in front of the text (see dynstr.cc).
 constexpr int kClasses = 13;
 constexpr uint32_t kSmallest = 16;
+constexpr uint32_t kTopExtra = 8;
 
-int g_dynstr = MEMM_POOL_NONE;
-int g_list = MEMM_POOL_NONE;
 int g_chars[kClasses];
-bool g_ready = false;
 pthread_once_t g_once = PTHREAD_ONCE_INIT;
-
-int classOf(uint32_t bytes)
-{
-    uint32_t size = kSmallest;
-    for (int c = 0; c < kClasses; ++c, size <<= 1)
-        if (bytes <= size)
-            return c;
-    return -1;
-}
 
 uint32_t classSize(int c)
 {
-    return kSmallest << c;
+    return (kSmallest << c) + (c == kClasses - 1 ? kTopExtra : 0);
 }
 
-void createPools()
+int classOf(uint32_t bytes)
 {
-    g_dynstr = memm_initpool3("zvdynstr", 256, dynstrRecordSize(), 0, dynstrReleaseHook);
-    g_list = memm_initpool3("zvllist", 256, listRecordSize(), 0, listReleaseHook);
-    bool ok = g_dynstr != MEMM_POOL_NONE && g_list != MEMM_POOL_NONE;
+    if (bytes <= kSmallest)
+        return 0;
+    int c = 32 - __builtin_clz(bytes - 1) - 4;  // 2^(c + 4) >= bytes
+    if (c >= kClasses)
+        c = kClasses - 1;
+    return bytes <= classSize(c) ? c : -1;
+}
+
+void makePools()
+{
+    g_dynstrPool = memm_initpool3("zvdynstr", 256, dynstrRecordSize(), 0, dynstrReleaseHook);
+    g_listPool = memm_initpool3("zvllist", 256, listRecordSize(), 0, listReleaseHook);
+    bool ok = g_dynstrPool != MEMM_POOL_NONE && g_listPool != MEMM_POOL_NONE;
     for (int c = 0; c < kClasses && ok; ++c) {
         uint32_t size = classSize(c);
         uint32_t count = size <= 256 ? 64 : (16384 / size < 2 ? 2 : 16384 / size);
         g_chars[c] = memm_initpool3("zvchars", count, size, 0, nullptr);
         ok = g_chars[c] != MEMM_POOL_NONE;
     }
-    g_ready = ok;
+    if (ok) {
+        __atomic_store_n(&g_readyDynstrPool, g_dynstrPool, __ATOMIC_RELEASE);
+        __atomic_store_n(&g_readyListPool, g_listPool, __ATOMIC_RELEASE);
+    }
+    __atomic_store_n(&g_poolsReady, ok, __ATOMIC_RELEASE);
 }
 
 }  // namespace
 
-bool ensurePools()
-{
-    pthread_once(&g_once, createPools);
-    return g_ready;
-}
+bool g_poolsReady;  // __atomic
+int g_dynstrPool = MEMM_POOL_NONE;
+int g_listPool = MEMM_POOL_NONE;
+int g_readyDynstrPool = kNotReady;
+int g_readyListPool = kNotReady;
 
-int dynstrPool()
+bool createPools()
 {
-    return ensurePools() ? g_dynstr : MEMM_POOL_NONE;
-}
-
-int listPool()
-{
-    return ensurePools() ? g_list : MEMM_POOL_NONE;
+    pthread_once(&g_once, makePools);
+    return __atomic_load_n(&g_poolsReady, __ATOMIC_ACQUIRE);
 }
 
 char *charAlloc(uint32_t bytes)
@@ -87,6 +88,7 @@ bool isCharStorage(const char *storage)
 {
     if (!storage || !ensurePools())
         return false;
+    // Smallest first: most copies are of short names.
     for (int c = 0; c < kClasses; ++c)
         if (memm_isvalidobjfrompool(g_chars[c], storage))
             return true;

@@ -97,16 +97,17 @@ int dynstr_getlong(dynstr_t s, long *out);
 /* A plain copy of the text, owned by the caller and given back with
  * dynstr_strfree (it comes from the string pool, not from malloc). NULL for
  * a NULL string or when memory is short. dynstr_strfree ignores NULL and
- * anything that is not such a copy. */
+ * anything that is not such a copy, the text of a live string included. */
 char *dynstr_strdup(dynstr_t s);
 void dynstr_strfree(char *copy);
 
 /* ---- linked lists --------------------------------------------------------- */
 
-/* An ordered list of object pointers. Releasing a list (llist_release or the
- * pool manager's release function) frees every object still in it with
- * memm_free, in list order, so the objects must be pool records. The calls
- * below treat a handle that is no list like NULL. */
+/* An ordered list of object pointers: one record of the list pool holds up
+ * to 8 objects, and a longer list takes a further record per 8. Releasing a
+ * list (llist_release or the pool manager's release function) frees every
+ * object still in it with memm_free, in list order, so the objects must be
+ * pool records. The calls below treat a handle that is no list like NULL. */
 typedef struct llist_s *llist_t;
 
 /* comparison for llist_sort_ex: negative, 0 or positive as a sorts before,

@@ -459,22 +459,36 @@ void clearReply(void **reply, size_t *replyLen)
 
 // ---- where objects go ----------------------------------------------------------
 
+namespace {
+
+// Moves the objects' place, the caller holding the lock: choosing the place
+// they already have is always allowed, another only until it has settled.
+int movePlace(bool same, Place place, struct ubus_context *host)
+{
+    if (same)
+        return UBUS_STATUS_OK;
+    if (g_settled)
+        return UBUS_STATUS_INVALID_COMMAND;
+    g_place = place;
+    g_host = host;
+    return UBUS_STATUS_OK;
+}
+
+}  // namespace
+
 ZVUBUS_API int zvUbusSetSocket(const char *path)
 {
     if (path && strlen(path) >= sizeof g_socket)
         return UBUS_STATUS_INVALID_ARGUMENT;
     Locked held;
     const bool same = g_place == Place::Own && (path ? g_socketSet && strcmp(path, g_socket) == 0 : !g_socketSet);
-    if (same)
-        return UBUS_STATUS_OK;
-    if (g_settled)
-        return UBUS_STATUS_INVALID_COMMAND;
-    g_place = Place::Own;
-    g_host = nullptr;
-    g_socketSet = path != nullptr;
-    if (path)
-        strcpy(g_socket, path);
-    return UBUS_STATUS_OK;
+    int rc = movePlace(same, Place::Own, nullptr);
+    if (rc == UBUS_STATUS_OK && !same) {
+        g_socketSet = path != nullptr;
+        if (path)
+            strcpy(g_socket, path);
+    }
+    return rc;
 }
 
 ZVUBUS_API int zvUbusSetContext(struct ubus_context *ctx)
@@ -482,25 +496,13 @@ ZVUBUS_API int zvUbusSetContext(struct ubus_context *ctx)
     if (!ctx)
         return UBUS_STATUS_INVALID_ARGUMENT;
     Locked held;
-    if (g_place == Place::Host && g_host == ctx)
-        return UBUS_STATUS_OK;
-    if (g_settled)
-        return UBUS_STATUS_INVALID_COMMAND;
-    g_place = Place::Host;
-    g_host = ctx;
-    return UBUS_STATUS_OK;
+    return movePlace(g_place == Place::Host && g_host == ctx, Place::Host, ctx);
 }
 
 ZVUBUS_API int zvUbusUseInProcess(void)
 {
     Locked held;
-    if (g_place == Place::InProcess)
-        return UBUS_STATUS_OK;
-    if (g_settled)
-        return UBUS_STATUS_INVALID_COMMAND;
-    g_place = Place::InProcess;
-    g_host = nullptr;
-    return UBUS_STATUS_OK;
+    return movePlace(g_place == Place::InProcess, Place::InProcess, nullptr);
 }
 
 ZVUBUS_API int zvUbusIsLocal(void)

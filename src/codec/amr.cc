@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "guard.h"
+#include "text_sink.h"
 
 using namespace zv;
 
@@ -18,30 +19,95 @@ bool isSingleDigit(const char *value)
     return value[0] >= '0' && value[0] <= '9' && value[1] == '\0';
 }
 
-// Appends "key value" to the fmtp text, with ";" before every item but the
-// first, never writing past the buffer.
+// The keys of an AMR fmtp, in the order a piece is tested for them.
+enum Key { kModeSet, kOctetAlign, kChannels, kModeChangePeriod, kMaxRed, kModeChangeNeighbor, kModeChangeCapability,
+           kKeyCount, kNoKey = kKeyCount };
+
+struct KeyText {
+    const char *text;
+    size_t length;
+};
+
+constexpr KeyText kKeys[kKeyCount] = {
+    {"mode-set=", 9}, {"octet-align=", 12}, {"channels=", 9}, {"mode-change-period=", 19},
+    {"max-red=", 8},  {"mode-change-neighbor=", 21}, {"mode-change-capability=", 23},
+};
+
+// The first key, in table order, that occurs anywhere in the piece (so
+// leading blanks do no harm), and the text after it. Every key ends in "=",
+// so in the usual piece with one "=" a key can only end there, and one
+// comparison per key tells; other pieces are searched key by key.
+Key findKey(const char *piece, const char **value)
+{
+    const char *equals = strchr(piece, '=');
+    if (!equals)
+        return kNoKey;
+    if (!strchr(equals + 1, '=')) {
+        // No key is the end of another, so at most one ends here, and its
+        // last letter names it (but for the two that end in "d").
+        size_t before = static_cast<size_t>(equals + 1 - piece);
+        Key k = kNoKey;
+        switch (before >= 2 ? equals[-1] : '\0') {
+        case 't': k = kModeSet; break;
+        case 'n': k = kOctetAlign; break;
+        case 's': k = kChannels; break;
+        case 'd': k = before >= 3 && equals[-2] == 'o' ? kModeChangePeriod : kMaxRed; break;
+        case 'r': k = kModeChangeNeighbor; break;
+        case 'y': k = kModeChangeCapability; break;
+        default: return kNoKey;
+        }
+        size_t n = kKeys[k].length;
+        if (n > before || memcmp(equals + 1 - n, kKeys[k].text, n - 1) != 0)
+            return kNoKey;
+        *value = equals + 1;
+        return k;
+    }
+    for (int k = 0; k < kKeyCount; ++k) {
+        if (const char *found = strstr(piece, kKeys[k].text)) {
+            *value = found + kKeys[k].length;
+            return static_cast<Key>(k);
+        }
+    }
+    return kNoKey;
+}
+
+// The kind named by an encoding name; AMR names are told apart exactly.
+ZvSdpAmrType kindOfName(const char *name)
+{
+    if (!name || name[0] != 'A' || name[1] != 'M' || name[2] != 'R')
+        return ZVSDP_AMR_TYPE_NONE;
+    if (name[3] == '\0')
+        return ZVSDP_AMR_TYPE_NB;
+    return strcmp(name + 3, "-WB") == 0 ? ZVSDP_AMR_TYPE_WB : ZVSDP_AMR_TYPE_NONE;
+}
+
+// Appends "key value" items to the fmtp text, with ";" before every item but
+// the first, cut at the buffer's end as a bounded print would cut it.
 class FmtpWriter {
 public:
-    FmtpWriter(char *buffer, uint32_t size) : buf_(buffer), size_(size) { buf_[0] = '\0'; }
+    FmtpWriter(char *buffer, uint32_t size) : out_(buffer, size) {}
 
-    void item(const char *key, int value)
+    void item(const char *key, size_t keyLength, int value)
     {
-        size_t used = strlen(buf_);
-        if (used + 1 < size_)
-            snprintf(buf_ + used, size_ - used, "%s%s%d", used == 0 ? "" : ";", key, value);
+        if (out_.length() != 0)
+            out_.appendChar(';');
+        out_.append(key, keyLength);
+        out_.appendInt(value);
     }
 
     void more(int value)
     {
-        size_t used = strlen(buf_);
-        if (used + 1 < size_)
-            snprintf(buf_ + used, size_ - used, "%s%d", ",", value);
+        out_.appendChar(',');
+        out_.appendInt(value);
     }
 
+    uint32_t length() const { return out_.length(); }
+
 private:
-    char *buf_;
-    uint32_t size_;
+    TextSink out_;
 };
+
+#define ZV_KEY(text) text, sizeof text - 1
 
 }  // namespace
 
@@ -51,45 +117,26 @@ ZVSDP_API uint32_t zvSdpPayloadAmrGetType(CPayload *objHndl, ZvSdpAmrType *type)
 {
     if (!objHndl || !type)
         return ZVSDP_RC_INVALID;
-    char name[32];
-    uint32_t length = sizeof name;
-    uint32_t rc = zvSdpPayloadGetEncodingName(objHndl, name, &length);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "Error in getting the encoding name!");
-        return rc;
-    }
-    if (strcmp(name, "AMR") == 0)
-        *type = ZVSDP_AMR_TYPE_NB;
-    else if (strcmp(name, "AMR-WB") == 0)
-        *type = ZVSDP_AMR_TYPE_WB;
-    else
-        *type = ZVSDP_AMR_TYPE_NONE;
+    // Reading the name fails only before the library is started.
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGE, kModApi, "Error in getting the encoding name!");
+    *type = amrKind(objHndl);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConfig *retval)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGE(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!objHndl || !retval) {
-        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p, &retval=%p", vp(objHndl), vp(retval));
-        return ZVSDP_RC_INVALID;
-    }
-    ZvSdpAmrType kind = ZVSDP_AMR_TYPE_NONE;
-    uint32_t rc = zvSdpPayloadAmrGetType(objHndl, &kind);
-    if (rc != ZVSDP_RC_OK)
-        return rc;
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGE, kModApi, "API not initialised!");
+    ZV_RETURN_IF(!objHndl || !retval, ZVSDP_RC_INVALID, ZV_LOGE, kModApi,
+                 "Invalid parameter detected: objHndl=%p, &retval=%p", vp(objHndl), vp(retval));
+    // Name, fmtp, channels and the table's packet time are read under one
+    // acquisition of the payload lock.
+    ClassLock lock(g_payloadModule);
+    ZvSdpAmrType kind = amrKindOf(objHndl);
     if (kind == ZVSDP_AMR_TYPE_NONE)
         return ZVSDP_RC_INVALID;
+    // The text is cut up in place, so it is copied (as much as 512 bytes hold).
     char fmtp[kFmtpBuffer];
-    uint32_t length = sizeof fmtp;
-    rc = zvSdpPayloadGetFmtp(objHndl, fmtp, &length);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "Error in getting the fmtp! err=%x", rc);
-        return rc;
-    }
+    dynstr_strncpy(fmtp, objHndl->fmtp, kFmtpBuffer - 1);
     memset(retval, 0, sizeof *retval);
 
     char modeSet[32] = {0};
@@ -98,55 +145,54 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
         char *end = strchr(piece, ';');
         if (end)
             *end = '\0';
-        // Keys are found anywhere in the piece, so leading blanks do no harm.
-        const char *value;
-        if ((value = strstr(piece, "mode-set="))) {
-            strncpy(modeSet, value + 9, sizeof modeSet - 1);
-            modeSet[sizeof modeSet - 1] = '\0';
+        const char *value = nullptr;
+        // Flags and small counts take a value of exactly one digit.
+        auto digit = [&value](auto &field) {
+            if (isSingleDigit(value))
+                field = static_cast<decltype(+field)>(value[0] - '0');  // the field's own type
+        };
+        switch (findKey(piece, &value)) {
+        case kModeSet: {
+            size_t n = strnlen(value, sizeof modeSet - 1);
+            memcpy(modeSet, value, n);
+            modeSet[n] = '\0';
             modeSetSeen = true;
-        } else if ((value = strstr(piece, "octet-align="))) {
-            if (isSingleDigit(value + 12))
-                retval->octetAlign = static_cast<uint32_t>(value[12] - '0');
-        } else if ((value = strstr(piece, "channels="))) {
-            if (isSingleDigit(value + 9))
-                retval->channels = value[9] - '0';
-        } else if ((value = strstr(piece, "mode-change-period="))) {
-            if (isSingleDigit(value + 19))
-                retval->modeChangePeriod = static_cast<uint32_t>(value[19] - '0');
-        } else if ((value = strstr(piece, "max-red="))) {
-            long red = strtol(value + 8, nullptr, 10);
+            break;
+        }
+        case kMaxRed: {
+            long red = strtol(value, nullptr, 10);
             if (red < 241 && red >= INT32_MIN)
                 retval->maxRed = static_cast<int32_t>(red);
-        } else if ((value = strstr(piece, "mode-change-neighbor="))) {
-            if (isSingleDigit(value + 21))
-                retval->modeChangeNeighbor = static_cast<uint32_t>(value[21] - '0');
-        } else if ((value = strstr(piece, "mode-change-capability="))) {
-            if (isSingleDigit(value + 23))
-                retval->modeChangeCapability = static_cast<uint32_t>(value[23] - '0');
+            break;
+        }
+        case kOctetAlign: digit(retval->octetAlign); break;
+        case kChannels: digit(retval->channels); break;
+        case kModeChangePeriod: digit(retval->modeChangePeriod); break;
+        case kModeChangeNeighbor: digit(retval->modeChangeNeighbor); break;
+        case kModeChangeCapability: digit(retval->modeChangeCapability); break;
+        default:
+            break;
         }
         piece = end ? end + 1 : nullptr;
     }
 
     if (modeSetSeen && modeSet[0]) {
-        for (char *mode = modeSet; mode;) {
-            char *comma = strchr(mode, ',');
-            if (comma)
-                *comma = '\0';
-            if (isSingleDigit(mode))
+        // Each piece between commas counts when it is one digit.
+        for (const char *mode = modeSet;;) {
+            if (mode[0] >= '0' && mode[0] <= '9' && (mode[1] == ',' || mode[1] == '\0'))
                 retval->modeSet |= 1u << (mode[0] - '0');
-            mode = comma ? comma + 1 : nullptr;
+            while (*mode && *mode != ',')
+                ++mode;
+            if (!*mode)
+                break;
+            ++mode;
         }
     } else {
         retval->modeSet = kind == ZVSDP_AMR_TYPE_WB ? kFullWideBand : kFullNarrowBand;
     }
-    if (retval->channels == 0) {
-        uint32_t channels = 0;
-        zvSdpPayloadGetChannels(objHndl, &channels);
-        retval->channels = static_cast<int32_t>(channels);
-    }
-    uint32_t ptime = 0;
-    if (zvSdpPayloadGetDefaultPtime(objHndl, &ptime) == ZVSDP_RC_OK)
-        retval->ptime = ptime;
+    if (retval->channels == 0)
+        retval->channels = static_cast<int32_t>(objHndl->channels);
+    retval->ptime = defaultPtimeOf(objHndl);
     // Parsed records always write max-red back (see the writer).
     retval->maxRedLimit = 0;
     return ZVSDP_RC_OK;
@@ -155,19 +201,10 @@ ZVSDP_API uint32_t zvSdpMediaPayloadParseAmrFmtp(CPayload *objHndl, ZvSdpAmrConf
 ZVSDP_API uint32_t zvSdpPayloadAmrTranslateConfigToFmtp(CPayload *objHndl, const ZvSdpAmrConfig *config,
                                                         char *buffer, uint32_t *length)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGE(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!objHndl || !config || !buffer || !length || *length == 0) {
-        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    ZvSdpAmrType kind = ZVSDP_AMR_TYPE_NONE;
-    if (zvSdpPayloadAmrGetType(objHndl, &kind) != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGE, kModApi, "API not initialised!");
+    ZV_RETURN_IF(!objHndl || !config || !buffer || !length || *length == 0, ZVSDP_RC_INVALID, ZV_LOGE, kModApi,
+                 "Invalid parameter detected: objHndl=%p", vp(objHndl));
+    ZvSdpAmrType kind = amrKind(objHndl);
     if (kind == ZVSDP_AMR_TYPE_NONE)
         return ZVSDP_RC_INVALID;
 
@@ -181,37 +218,31 @@ ZVSDP_API uint32_t zvSdpPayloadAmrTranslateConfigToFmtp(CPayload *objHndl, const
             if (!(config->modeSet & (1u << mode)))
                 continue;
             if (first)
-                out.item("mode-set=", mode);
+                out.item(ZV_KEY("mode-set="), mode);
             else
                 out.more(mode);
             first = false;
         }
     }
     if (config->octetAlign == 1)
-        out.item("octet-align=", 1);
+        out.item(ZV_KEY("octet-align="), 1);
     if (config->channels != 0)
-        out.item("channels=", config->channels);
+        out.item(ZV_KEY("channels="), config->channels);
     if (config->modeChangeNeighbor == 1)
-        out.item("mode-change-neighbor=", 1);
-    out.item("mode-change-capability=", static_cast<int>(config->modeChangeCapability));
+        out.item(ZV_KEY("mode-change-neighbor="), 1);
+    out.item(ZV_KEY("mode-change-capability="), static_cast<int>(config->modeChangeCapability));
     if (config->modeChangePeriod == 2)
-        out.item("mode-change-period=", 2);
+        out.item(ZV_KEY("mode-change-period="), 2);
     if (config->maxRedLimit < 241u)
-        out.item("max-red=", config->maxRed);
-    *length = static_cast<uint32_t>(strlen(buffer));
+        out.item(ZV_KEY("max-red="), config->maxRed);
+    *length = out.length();
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpPayloadUpdateAmrParams(CPayload *objHndl, uint32_t selector, uint32_t value)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGE(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!objHndl) {
-        ZV_LOGE(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGE, kModApi, "API not initialised!");
+    ZV_RETURN_IF(!objHndl, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
     ZvSdpAmrConfig config;
     memset(&config, 0, sizeof config);
     uint32_t rc = zvSdpMediaPayloadParseAmrFmtp(objHndl, &config);
@@ -243,3 +274,18 @@ ZVSDP_API uint32_t zvSdpMediaPayloadAmrGetCommonModes(uint32_t modes1, uint32_t 
 }
 
 }  // extern "C"
+
+namespace zv {
+
+ZvSdpAmrType amrKindOf(const CPayload *payload)
+{
+    return kindOfName(dynstr_cstr(payload->name));
+}
+
+ZvSdpAmrType amrKind(CPayload *payload)
+{
+    ClassLock lock(g_payloadModule);
+    return amrKindOf(payload);
+}
+
+}  // namespace zv

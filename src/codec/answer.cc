@@ -268,18 +268,11 @@ uint32_t Builder::readLocal(CSdp *local)
     uint32_t rc = zvSdpGetFirstMediaDescriptor(local, &media);
     if (rc == ZVSDP_RC_OK && media)
         rc = zvSdpGetNextMediaDescriptor(local, media, &second);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
-    if (!media) {
-        ZV_LOGD(kModHelper, "At least one media descriptor was expected in the local capabilities !!!");
-        return ZVSDP_RC_MISSING;
-    }
-    if (second) {
-        ZV_LOGD(kModHelper, "Currently this is not supported to  multiple mediaLines for the local capabilities !!!");
-        return ZVSDP_RC_NOT_FOUND;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(rc));
+    ZV_RETURN_IF(!media, ZVSDP_RC_MISSING, ZV_LOGD, kModHelper,
+                 "At least one media descriptor was expected in the local capabilities !!!");
+    ZV_RETURN_IF(second, ZVSDP_RC_NOT_FOUND, ZV_LOGD, kModHelper,
+                 "Currently this is not supported to  multiple mediaLines for the local capabilities !!!");
     LocalMedia &l = local_;
     l.media = media;
     l.port = zvSdpMediaObjGetPort(media);
@@ -322,10 +315,8 @@ uint32_t Builder::start(CSdp *local, const ZvSdpAnswerSession *session)
                       (!session->version || isField(session->version)) &&
                       (!session->addressType || isField(session->addressType)) &&
                       (!session->sessionName || isLineText(session->sessionName));
-        if (!usable) {
-            ZV_LOGD(kModHelper, "Invalid session values: address=%s", session->address ? session->address : "(none)");
-            return ZVSDP_RC_INVALID;
-        }
+        ZV_RETURN_IF(!usable, ZVSDP_RC_INVALID, ZV_LOGD, kModHelper, "Invalid session values: address=%s",
+                     session->address ? session->address : "(none)");
     }
     uint32_t rc = readLocal(local);
     if (rc != ZVSDP_RC_OK || !session)
@@ -597,12 +588,10 @@ extern "C" {
 ZVSDP_API uint32_t zvSdpHelperAnswerOffer(const char *offer, CSdp *localCapabilities,
                                           const ZvSdpAnswerSession *session, char *answer, uint32_t *length)
 {
-    ZV_GUARD_INIT();
-    if (!offer || !localCapabilities || !answer || !length || *length == 0) {
-        ZV_LOGD(kModHelper, "Invalid parameter detected: offer=%p, localCapabilities=%p, answer=%p, &length=%p",
-                vp(offer), vp(localCapabilities), vp(answer), vp(length));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_IF(!offer || !localCapabilities || !answer || !length || *length == 0, ZVSDP_RC_INVALID, ZV_LOGD,
+                 kModHelper, "Invalid parameter detected: offer=%p, localCapabilities=%p, answer=%p, &length=%p",
+                 vp(offer), vp(localCapabilities), vp(answer), vp(length));
     size_t n = strnlen(offer, kMaxOfferText + 1);
     Builder builder(answer, *length);
     uint32_t rc = ZVSDP_RC_INVALID;
@@ -617,12 +606,10 @@ ZVSDP_API uint32_t zvSdpHelperAnswerOffer(const char *offer, CSdp *localCapabili
 ZVSDP_API uint32_t zvSdpHelperAnswerRvOffer(RvSdpMsg *offer, CSdp *localCapabilities,
                                             const ZvSdpAnswerSession *session, char *answer, uint32_t *length)
 {
-    ZV_GUARD_INIT();
-    if (!offer || !localCapabilities || !answer || !length || *length == 0) {
-        ZV_LOGD(kModHelper, "Invalid parameter detected: offer=%p, localCapabilities=%p, answer=%p, &length=%p",
-                vp(offer), vp(localCapabilities), vp(answer), vp(length));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_IF(!offer || !localCapabilities || !answer || !length || *length == 0, ZVSDP_RC_INVALID, ZV_LOGD,
+                 kModHelper, "Invalid parameter detected: offer=%p, localCapabilities=%p, answer=%p, &length=%p",
+                 vp(offer), vp(localCapabilities), vp(answer), vp(length));
     Builder builder(answer, *length);
     uint32_t rc = builder.start(localCapabilities, session);
     if (rc == ZVSDP_RC_OK && (rc = readMessage(offer, builder)) != ZVSDP_RC_OK)

@@ -24,6 +24,23 @@ inline Span span(const char *p, size_t n)
 }
 Span spanOf(const char *text);  // the whole C text ("" for NULL)
 
+inline bool isBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
+// Without blanks at either end.
+inline Span trimmed(Span s)
+{
+    while (s.n && isBlank(*s.p)) {
+        ++s.p;
+        --s.n;
+    }
+    while (s.n && isBlank(s.p[s.n - 1]))
+        --s.n;
+    return s;
+}
+
 // Directions as bits of what the side that wrote the line does.
 constexpr uint8_t kDirInactive = 0;
 constexpr uint8_t kDirSend = 1;

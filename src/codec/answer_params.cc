@@ -11,26 +11,25 @@ namespace answer {
 
 namespace {
 
-bool isBlank(char c)
-{
-    return c == ' ' || c == '\t';
-}
-
-Span trimmed(Span s)
-{
-    while (s.n && isBlank(*s.p)) {
-        ++s.p;
-        --s.n;
-    }
-    while (s.n && isBlank(s.p[s.n - 1]))
-        --s.n;
-    return s;
-}
-
 bool keyIs(Span key, const char *word)
 {
     size_t n = strlen(word);
     return key.n == n && strncasecmp(key.p, word, n) == 0;
+}
+
+// Calls piece(text) for every piece of a list cut at each separator, blanks
+// trimmed.
+template <typename F>
+void forEachPiece(Span list, char separator, F piece)
+{
+    const char *p = list.p, *end = list.p + list.n;
+    while (p < end) {
+        const char *stop = static_cast<const char *>(memchr(p, separator, static_cast<size_t>(end - p)));
+        if (!stop)
+            stop = end;
+        piece(trimmed(span(p, static_cast<size_t>(stop - p))));
+        p = stop + 1;
+    }
 }
 
 // Calls item(key, value) for every "key=value" of a ';'-separated list, with
@@ -38,36 +37,16 @@ bool keyIs(Span key, const char *word)
 template <typename F>
 void forEachItem(Span params, F item)
 {
-    const char *p = params.p, *end = params.p + params.n;
-    while (p < end) {
-        const char *stop = static_cast<const char *>(memchr(p, ';', static_cast<size_t>(end - p)));
-        if (!stop)
-            stop = end;
-        Span piece = span(p, static_cast<size_t>(stop - p));
-        p = stop + 1;
+    forEachPiece(params, ';', [&](Span piece) {
         const char *eq = static_cast<const char *>(memchr(piece.p, '=', piece.n));
         if (!eq)
-            continue;
+            return;
         Span key = trimmed(span(piece.p, static_cast<size_t>(eq - piece.p)));
         Span value = trimmed(span(eq + 1, static_cast<size_t>(piece.p + piece.n - eq - 1)));
         if (value.n >= 2 && value.p[0] == '"' && value.p[value.n - 1] == '"')
             value = trimmed(span(value.p + 1, value.n - 2));
         item(key, value);
-    }
-}
-
-// Calls piece(text) for every ','-separated piece, blanks trimmed.
-template <typename F>
-void forEachListItem(Span list, F piece)
-{
-    const char *p = list.p, *end = list.p + list.n;
-    while (p < end) {
-        const char *stop = static_cast<const char *>(memchr(p, ',', static_cast<size_t>(end - p)));
-        if (!stop)
-            stop = end;
-        piece(trimmed(span(p, static_cast<size_t>(stop - p))));
-        p = stop + 1;
-    }
+    });
 }
 
 uint8_t flag(Span value)
@@ -93,7 +72,7 @@ void parseAmr(Span params, bool wideBand, AmrParams *out)
         if (keyIs(key, "mode-set")) {
             out->hasModeSet = true;
             out->modes = 0;
-            forEachListItem(value, [&](Span mode) {
+            forEachPiece(value, ',', [&](Span mode) {
                 int32_t n = number(mode);
                 if (n >= 0 && n <= highest)
                     out->modes = static_cast<uint16_t>(out->modes | (1u << n));
@@ -130,7 +109,7 @@ void parseEvents(Span params, bool present, EventSet *out)
         out->bits[0] = 0xFFFF;  // 0-15, RFC 4733's default
         return;
     }
-    forEachListItem(params, [&](Span item) {
+    forEachPiece(params, ',', [&](Span item) {
         const char *dash = static_cast<const char *>(memchr(item.p, '-', item.n));
         int32_t first = number(trimmed(dash ? span(item.p, static_cast<size_t>(dash - item.p)) : item));
         int32_t last = dash ? number(trimmed(span(dash + 1, static_cast<size_t>(item.p + item.n - dash - 1)))) : first;

@@ -3,8 +3,8 @@
 // hand it to the builder at once, so nothing of the offer is copied.
 //
 // The text reader does not go through the stack's parser on purpose: the
-// stack skips lines it finds malformed (an m-line with a port above 65535,
-// lines with a leading blank), keeps at most 32 m-lines and 32 formats, and
+// stack skips lines it finds malformed (lines with a leading blank, an
+// m-line without a transport), keeps at most 32 m-lines and 32 formats, and
 // takes heap memory beyond 1023 bytes. Any of these would cost the answer an
 // m-line the offer has, and RFC 3264 wants one answer line per offered line.
 #include <string.h>
@@ -23,11 +23,6 @@ Span spanOf(const char *text)
 
 namespace {
 
-bool isBlank(char c)
-{
-    return c == ' ' || c == '\t';
-}
-
 bool isDigit(char c)
 {
     return c >= '0' && c <= '9';
@@ -36,17 +31,6 @@ bool isDigit(char c)
 bool equals(Span s, const char *word, size_t n)
 {
     return s.n == n && memcmp(s.p, word, n) == 0;
-}
-
-Span trimmed(Span s)
-{
-    while (s.n && isBlank(*s.p)) {
-        ++s.p;
-        --s.n;
-    }
-    while (s.n && isBlank(s.p[s.n - 1]))
-        --s.n;
-    return s;
 }
 
 // The next blank-separated token of *rest, which moves past it.

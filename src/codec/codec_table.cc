@@ -1,7 +1,7 @@
 // The built-in codec and payload-type table and every question answered from it.
 #include <string.h>
 
-#include "../core/objects.h"
+#include "guard.h"
 
 using namespace zv;
 
@@ -103,7 +103,7 @@ const char *nameOf(const EnumName (&names)[N], uint32_t value, const char *unkno
 const ZvSdpCodecEntry *firstRowByName(const char *name)
 {
     for (const ZvSdpCodecEntry &row : zvSdpCodecTable)
-        if (strcmp(row.encodingName, name) == 0)
+        if (sameCodecName(row.encodingName, name))
             return &row;
     return nullptr;
 }
@@ -115,6 +115,34 @@ const ZvSdpCodecEntry *firstRowByType(uint32_t payloadType)
             return &row;
     return nullptr;
 }
+
+}  // namespace
+
+namespace zv {
+
+// A payload needs its rtpmap line unless it is exactly the static entry of
+// the table that its number names: same number, name, clock and channels.
+bool rtpmapRequired(const CPayload *payload)
+{
+    if (payload->payloadType >= 96 || payload->rtpmapEnabled)
+        return true;
+    const ZvSdpCodecEntry *row = firstRowByType(payload->payloadType);
+    if (!row || row->payloadType != payload->payloadType)
+        return true;
+    if (payload->name && strcmp(row->encodingName, dynstr_cstr(payload->name)) != 0)
+        return true;
+    return row->clockRate != payload->clockRate || row->channels != payload->channels;
+}
+
+uint32_t defaultPtimeOf(const CPayload *payload)
+{
+    const ZvSdpCodecEntry *row = payload->name ? firstRowByName(dynstr_cstr(payload->name)) : nullptr;
+    return row ? row->defaultPtime : 0;
+}
+
+}  // namespace zv
+
+namespace {
 
 // The row of the payload's own name, through a copy of that name.
 // 0 and the column's value, or 5 for no copy, no row or a 0 in the column.
@@ -157,62 +185,42 @@ ZVSDP_API const char *zvSdpMediaGetDynamicPayloadTypeString(ZvSdpDynamicPayloadT
 
 ZVSDP_API uint32_t zvSdpPayloadGetDefaultPtime(CPayload *objHndl, uint32_t *ptime)
 {
-    if (!g_apiInitialised)
-        return ZVSDP_RC_NOT_ALLOWED;
-    if (!objHndl || !ptime) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, ptimevalue=%p", static_cast<void *>(objHndl),
-                static_cast<void *>(ptime));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !ptime, "Invalid parameter detected: objHndl=%p, ptimevalue=%p",
+                         vp(objHndl), vp(ptime));
     return columnOfPayloadName(objHndl, &ZvSdpCodecEntry::defaultPtime, ptime);
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetDefaultBitRate(CPayload *objHndl, uint32_t *bitRate)
 {
-    if (!g_apiInitialised)
-        return ZVSDP_RC_NOT_ALLOWED;
-    if (!objHndl || !bitRate) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, bitRate=%p", static_cast<void *>(objHndl),
-                static_cast<void *>(bitRate));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !bitRate, "Invalid parameter detected: objHndl=%p, bitRate=%p",
+                         vp(objHndl), vp(bitRate));
     return columnOfPayloadName(objHndl, &ZvSdpCodecEntry::bitRate, bitRate);
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetEncodingName(CPayload *objHndl, char *buffer, uint32_t *length)
 {
-    if (!g_apiInitialised)
-        return ZVSDP_RC_NOT_ALLOWED;
-    if (!objHndl || !buffer || !length || *length == 0) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, buffer=%p, &buflen=%p",
-                static_cast<void *>(objHndl), static_cast<void *>(buffer), static_cast<void *>(length));
-        return ZVSDP_RC_INVALID;
-    }
-    memset(buffer, 0, *length);
-    dynstr_strncpy(buffer, zvSdpPayloadObjGetName(objHndl), *length - 1);
-    *length = static_cast<uint32_t>(strlen(buffer));
-    return ZVSDP_RC_OK;
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !buffer || !length || *length == 0,
+                         "Invalid parameter detected: objHndl=%p, buffer=%p, &buflen=%p", vp(objHndl),
+                         vp(buffer), vp(length));
+    return copyOut(buffer, length, zvSdpPayloadObjGetName(objHndl), TextOut::kWholeBufferCleared,
+                   TextOut::kCutBeforeLast);
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetPayloadType(CPayload *objHndl, uint32_t *pt)
 {
-    if (!g_apiInitialised)
-        return ZVSDP_RC_NOT_ALLOWED;
-    if (!objHndl || !pt) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &pt=%p, pt=%d", static_cast<void *>(objHndl),
-                static_cast<void *>(pt), pt ? static_cast<int>(*pt) : 0);
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !pt, "Invalid parameter detected: objHndl=%p, &pt=%p, pt=%d",
+                         vp(objHndl), vp(pt), pt ? static_cast<int>(*pt) : 0);
     *pt = zvSdpPayloadObjGetPayloadType(objHndl);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpPayloadGetBitRateFromPayloadType(uint32_t payloadType, uint32_t *bitRate)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
     if (!bitRate)
         return ZVSDP_RC_INVALID;
     *bitRate = 0;
@@ -223,36 +231,29 @@ ZVSDP_API uint32_t zvSdpPayloadGetBitRateFromPayloadType(uint32_t payloadType, u
 
 ZVSDP_API uint32_t zvSdpMediaGetBitRateFromEncodingName(const char *encodingName, uint32_t *bitRate)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
     if (!encodingName || !bitRate)
         return ZVSDP_RC_INVALID;
     *bitRate = 0;
     // The last row of the name wins here, unlike every other lookup.
     for (const ZvSdpCodecEntry &row : zvSdpCodecTable)
-        if (strcmp(row.encodingName, encodingName) == 0)
+        if (sameCodecName(row.encodingName, encodingName))
             *bitRate = row.bitRate;
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpIsValidCodecName(const char *encodingName, uint32_t *valid)
 {
-    if (!encodingName || !valid) {
-        ZV_LOGE(kModApi, "%s", zvPbxGetErrorString(ZVSDP_RC_INVALID));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!encodingName || !valid, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "%s",
+                 zvPbxGetErrorString(ZVSDP_RC_INVALID));
     *valid = firstRowByName(encodingName) ? 1 : 0;
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpIsDynamicPayLoadFromEncodingName(const char *encodingName, uint32_t *dynamic)
 {
-    if (!encodingName || !dynamic) {
-        ZV_LOGE(kModApi, "%s", zvPbxGetErrorString(ZVSDP_RC_INVALID));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!encodingName || !dynamic, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "%s",
+                 zvPbxGetErrorString(ZVSDP_RC_INVALID));
     const ZvSdpCodecEntry *row = firstRowByName(encodingName);
     *dynamic = row && row->isDynamic == 1 ? 1 : 0;
     return ZVSDP_RC_OK;
@@ -267,7 +268,7 @@ ZVSDP_API uint32_t zvSdpPayloadGetPayloadTypeFromEncodingNameAndSampleRate(uint3
     // Telephone events exist at two rates; every other name ignores the clock.
     bool byRate = strncmp(encodingName, "telephone-event", 15) == 0;
     for (const ZvSdpCodecEntry &row : zvSdpCodecTable) {
-        if (strcmp(row.encodingName, encodingName) != 0 || (byRate && row.clockRate != clockRate))
+        if (!sameCodecName(row.encodingName, encodingName) || (byRate && row.clockRate != clockRate))
             continue;
         *pt = row.payloadType;
         break;
@@ -290,14 +291,8 @@ ZVSDP_API uint32_t zvSdpMediaGetEncodingNameFromPayloadType(uint32_t payloadType
 
 ZVSDP_API uint32_t zvSdpUpdateDynamicCodecPayloadType(const char *encodingName)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!encodingName) {
-        ZV_LOGD(kModApi, "Encoding name was not set !");
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!encodingName, "Encoding name was not set !");
     uint32_t freeType = 0;
     for (uint32_t pt = 96; pt <= 126 && freeType == 0; ++pt) {
         char scratch[20];
@@ -308,7 +303,7 @@ ZVSDP_API uint32_t zvSdpUpdateDynamicCodecPayloadType(const char *encodingName)
     if (freeType == 0)
         return ZVSDP_RC_INVALID;
     for (ZvSdpCodecEntry &row : zvSdpCodecTable) {
-        if (strcmp(row.encodingName, encodingName) == 0) {
+        if (sameCodecName(row.encodingName, encodingName)) {
             row.payloadType = freeType;
             break;
         }
@@ -318,23 +313,8 @@ ZVSDP_API uint32_t zvSdpUpdateDynamicCodecPayloadType(const char *encodingName)
 
 ZVSDP_API uint32_t zvSdpPayLoadIsRtpmapGenerationRequired(CPayload *objHndl)
 {
-    if (zvSdpPayloadObjGetEnableRtpMap(objHndl))
-        return 1;
-    const ZvSdpCodecEntry *row = firstRowByType(zvSdpPayloadObjGetPayloadType(objHndl));
-    if (!row)
-        return 1;
-    // Read again on purpose: a payload renumbered meanwhile needs its line.
-    if (zvSdpPayloadObjGetPayloadType(objHndl) != row->payloadType)
-        return 1;
-    char *name = dynstr_strdup(zvSdpPayloadObjGetName(objHndl));
-    if (name && strcmp(row->encodingName, name) != 0) {
-        dynstr_strfree(name);
-        return 1;
-    }
-    dynstr_strfree(name);
-    if (row->clockRate != zvSdpPayloadObjGetClock(objHndl))
-        return 1;
-    return row->channels != zvSdpPayloadObjGetChannels(objHndl) ? 1 : 0;
+    ClassLock lock(g_payloadModule);
+    return rtpmapRequired(objHndl) ? 1 : 0;
 }
 
 }  // extern "C"

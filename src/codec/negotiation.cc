@@ -12,16 +12,39 @@ constexpr uint32_t kFmtpBuffer = 512;
 
 uint32_t getNumberOfMediaDescriptors(CSdp *sdp, uint32_t *count)
 {
-    *count = 0;
-    CMedia *media = nullptr;
-    uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &media);
-    while (rc == ZVSDP_RC_OK && media) {
-        ++*count;
-        rc = zvSdpGetNextMediaDescriptor(sdp, media, &media);
+    // A started library's walk over a session cannot fail and visits each
+    // media once, so it counts what the list holds: one look at the list.
+    if (g_apiInitialised && sdp) {
+        *count = mediaCount(sdp);
+        return ZVSDP_RC_OK;
     }
+    *count = 0;
+    uint32_t rc = forEachMedia(sdp, [count](CMedia *) {
+        ++*count;
+        return ZVSDP_RC_OK;
+    });
     if (rc != ZVSDP_RC_OK)
         ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
     return rc;
+}
+
+// Payload equality of the negotiation, for locked payloads: payloads of one
+// AMR band are one codec, whatever their parameters; others are equal as the
+// payload compare has it (channels, clock, name without regard to case).
+bool payloadsEqual(const CPayload *a, const CPayload *b)
+{
+    ZvSdpAmrType kind = amrKindOf(a);
+    if (kind != ZVSDP_AMR_TYPE_NONE && kind == amrKindOf(b))
+        return true;
+    return a->channels == b->channels && a->clockRate == b->clockRate && dynstr_strcmpi(a->name, b->name) == 0;
+}
+
+// The name test of the walks that read names into a buffer of their own; a
+// name too long for it cannot be "telephone-event" either way. The caller
+// holds the payload lock.
+bool isTelephoneEvent(const CPayload *payload)
+{
+    return dynstr_strcmp2(payload->name, "telephone-event") == 0;
 }
 
 // Merges the remote common payload's AMR parameters (k) into a payload of
@@ -32,10 +55,7 @@ uint32_t updateAmrParamsWithCommonPayload(CPayload *p, CPayload *k)
     uint32_t rc = zvSdpMediaPayloadParseAmrFmtp(p, &mine);
     if (rc == ZVSDP_RC_OK)
         rc = zvSdpMediaPayloadParseAmrFmtp(k, &theirs);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModHelper, "Parse Amr Fmtp fail %s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModHelper, "Parse Amr Fmtp fail %s", ZV_RC_TEXT(rc));
     if (theirs.modeSet != 0)
         mine.modeSet = zvSdpMediaPayloadAmrGetCommonModes(mine.modeSet, theirs.modeSet);
     if (theirs.octetAlign != 0)
@@ -51,10 +71,7 @@ uint32_t updateAmrParamsWithCommonPayload(CPayload *p, CPayload *k)
     char fmtp[kFmtpBuffer];
     uint32_t length = sizeof fmtp;
     rc = zvSdpPayloadAmrTranslateConfigToFmtp(p, &mine, fmtp, &length);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModHelper, "Translate config to Fmtp fail %s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModHelper, "Translate config to Fmtp fail %s", ZV_RC_TEXT(rc));
     rc = zvSdpPayloadAddFmtp(p, fmtp);
     if (rc != ZVSDP_RC_OK)
         ZV_LOGE(kModHelper, "Payload add Fmtp fail %s", ZV_RC_TEXT(rc));
@@ -71,32 +88,38 @@ void matchAmrParamsWithCommonPayload(CSdp *newCaps, CPayload *common)
         ZV_LOGD(kModHelper, "Not AMR type %s", ZV_RC_TEXT(rc));
         return;
     }
+    // A failed step logs what failed, then the code's text, and ends the merge.
+    const char *const self = __func__;
+    auto failed = [self](uint32_t code, const char *step) {
+        if (code == ZVSDP_RC_OK)
+            return false;
+        ZV_LOGE_AS(kModHelper, self, "%s fail %s", step, ZV_RC_TEXT(code));
+        ZV_LOGD_AS(kModHelper, self, "%s", ZV_RC_TEXT(code));
+        return true;
+    };
     CMedia *media = nullptr;
-    rc = zvSdpGetFirstMediaDescriptor(newCaps, &media);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModHelper, "Get first media fail %s", ZV_RC_TEXT(rc));
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+    if (failed(zvSdpGetFirstMediaDescriptor(newCaps, &media), "Get first media"))
         return;
-    }
-    CPayload *payload = nullptr;
-    rc = zvSdpMediaGetFirstPayload(media, &payload);
-    if (rc != ZVSDP_RC_OK)
-        ZV_LOGE(kModHelper, "Get payload fail %s", ZV_RC_TEXT(rc));
-    while (rc == ZVSDP_RC_OK && payload) {
-        uint32_t equal = 0;
-        rc = zvSdpPayloadComparePayloads(payload, common, &equal);
-        if (rc == ZVSDP_RC_OK && equal)
-            rc = updateAmrParamsWithCommonPayload(payload, common);
+    // A copy cut short by full pools can leave the answer without a media:
+    // the first step then fails, as it always has.
+    CPayload *first = nullptr;
+    if (failed(zvSdpMediaGetFirstPayload(media, &first), "Get payload"))
+        return;
+    // Past that step the library is started and the media present: stepping
+    // through the payloads and comparing cannot fail, only the merge can.
+    ClassLock mediaLock(g_mediaModule);
+    ClassLock payloadLock(g_payloadModule);
+    for (void *p = first; p; p = llist_getnext(media->payloads, p)) {
+        CPayload *payload = static_cast<CPayload *>(p);
+        if (!payloadsEqual(payload, common))
+            continue;
+        rc = updateAmrParamsWithCommonPayload(payload, common);
         if (rc != ZVSDP_RC_OK) {
             ZV_LOGC(kModHelper, "Compare payload fail %s", ZV_RC_TEXT(rc));
-            break;
+            ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
+            return;
         }
-        rc = zvSdpMediaGetNextPayload(media, payload, &payload);
-        if (rc != ZVSDP_RC_OK)
-            ZV_LOGE(kModHelper, "Get payload fail %s", ZV_RC_TEXT(rc));
     }
-    if (rc != ZVSDP_RC_OK)
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
 }
 
 // Appends a rejected stream of the remote's type and transport.
@@ -115,19 +138,11 @@ extern "C" {
 
 ZVSDP_API uint32_t zvSdpPayloadComparePayloads(CPayload *objHndl, CPayload *objHndl2, uint32_t *equal)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!objHndl || !objHndl2 || !equal) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, objHndl2=%p", vp(objHndl), vp(objHndl2));
-        return ZVSDP_RC_INVALID;
-    }
-    // Payloads of one AMR band are one codec, whatever their parameters.
-    ZvSdpAmrType kind1 = ZVSDP_AMR_TYPE_NONE, kind2 = ZVSDP_AMR_TYPE_NONE;
-    if (zvSdpPayloadAmrGetType(objHndl, &kind1) == ZVSDP_RC_OK &&
-        zvSdpPayloadAmrGetType(objHndl2, &kind2) == ZVSDP_RC_OK && kind1 == kind2 && kind1 != ZVSDP_AMR_TYPE_NONE) {
-        *equal = 1;
-        return ZVSDP_RC_OK;
-    }
-    *equal = zvSdpPayloadObjCompare(objHndl, objHndl2) == 0 ? 1 : 0;
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!objHndl || !objHndl2 || !equal, "Invalid parameter detected: objHndl=%p, objHndl2=%p",
+                         vp(objHndl), vp(objHndl2));
+    ClassLock lock(g_payloadModule);
+    *equal = payloadsEqual(objHndl, objHndl2) ? 1 : 0;
     return ZVSDP_RC_OK;
 }
 
@@ -146,58 +161,30 @@ ZVSDP_API uint32_t zvSdpHelperGetFirstCommonPayload(CMedia *first, CMedia *secon
         rc = zvSdpMediaGetMediaType(first, &type1);
     if (rc == ZVSDP_RC_OK)
         rc = zvSdpMediaGetMediaType(second, &type2);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
-    if (!supported1) {
-        ZV_LOGI(kModHelper, "First media descriptor is marked unsupported");
-        return ZVSDP_RC_OK;
-    }
-    if (!supported2) {
-        ZV_LOGI(kModHelper, "Second media descriptor is marked unsupported");
-        return ZVSDP_RC_OK;
-    }
-    if (type1 != type2) {
-        ZV_LOGI(kModHelper, "Media descriptors have different media types");
-        return ZVSDP_RC_OK;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGC, kModHelper, "%s", ZV_RC_TEXT(rc));
+    ZV_RETURN_IF(!supported1, ZVSDP_RC_OK, ZV_LOGI, kModHelper, "First media descriptor is marked unsupported");
+    ZV_RETURN_IF(!supported2, ZVSDP_RC_OK, ZV_LOGI, kModHelper, "Second media descriptor is marked unsupported");
+    ZV_RETURN_IF(type1 != type2, ZVSDP_RC_OK, ZV_LOGI, kModHelper, "Media descriptors have different media types");
 
-    // The first media's order decides; the second's picks the partner.
-    CPayload *p = nullptr;
-    rc = zvSdpMediaGetFirstPayload(first, &p);
-    while (rc == ZVSDP_RC_OK && p) {
-        char name[32];
-        uint32_t length = sizeof name;
-        rc = zvSdpPayloadGetEncodingName(p, name, &length);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
-            return rc;
-        }
+    // The first media's order decides; the second's picks the partner. The
+    // search is one operation on the two media and their payloads.
+    // Past the queries above the library is started and both media are
+    // present, so no step of the walks can fail: they read the lists and
+    // compare under the locks directly.
+    ClassLock mediaLock(g_mediaModule);
+    ClassLock payloadLock(g_payloadModule);
+    for (void *p = llist_getnext(first->payloads, nullptr); p; p = llist_getnext(first->payloads, p)) {
         // Telephone events are never what a stream is served with.
-        if (strcmp(name, "telephone-event") != 0) {
-            CPayload *q = nullptr;
-            uint32_t inner = zvSdpMediaGetFirstPayload(second, &q);
-            while (inner == ZVSDP_RC_OK && q) {
-                uint32_t equal = 0;
-                inner = zvSdpPayloadComparePayloads(p, q, &equal);
-                if (inner == ZVSDP_RC_OK && equal) {
-                    *outFirst = p;
-                    if (outSecond)
-                        *outSecond = q;
-                    return ZVSDP_RC_OK;
-                }
-                if (inner == ZVSDP_RC_OK)
-                    inner = zvSdpMediaGetNextPayload(second, q, &q);
+        if (isTelephoneEvent(static_cast<CPayload *>(p)))
+            continue;
+        for (void *q = llist_getnext(second->payloads, nullptr); q; q = llist_getnext(second->payloads, q)) {
+            if (payloadsEqual(static_cast<CPayload *>(p), static_cast<CPayload *>(q))) {
+                *outFirst = static_cast<CPayload *>(p);
+                if (outSecond)
+                    *outSecond = static_cast<CPayload *>(q);
+                return ZVSDP_RC_OK;
             }
-            if (inner != ZVSDP_RC_OK)
-                ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(inner));
         }
-        rc = zvSdpMediaGetNextPayload(first, p, &p);
-    }
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
     }
     return ZVSDP_RC_OK;
 }
@@ -211,37 +198,22 @@ ZVSDP_API uint32_t zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities
                                                                                CSdp *newCapabilities,
                                                                                uint32_t markIfNoCommon)
 {
-    if (!remoteCapabilities) {
-        ZV_LOGD(kModHelper, "Invalid parameter detected: remoteCapabilities=%p", vp(remoteCapabilities));
-        return ZVSDP_RC_INVALID;
-    }
-    if (!localCapabilities) {
-        ZV_LOGD(kModHelper, "Invalid parameter detected: localCapabilities=%p", vp(localCapabilities));
-        return ZVSDP_RC_INVALID;
-    }
-    if (!newCapabilities) {
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(ZVSDP_RC_OK));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!remoteCapabilities, ZVSDP_RC_INVALID, ZV_LOGD, kModHelper,
+                 "Invalid parameter detected: remoteCapabilities=%p", vp(remoteCapabilities));
+    ZV_RETURN_IF(!localCapabilities, ZVSDP_RC_INVALID, ZV_LOGD, kModHelper,
+                 "Invalid parameter detected: localCapabilities=%p", vp(localCapabilities));
+    ZV_RETURN_IF(!newCapabilities, ZVSDP_RC_INVALID, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(ZVSDP_RC_OK));
     uint32_t count = 0;
     uint32_t rc = getNumberOfMediaDescriptors(remoteCapabilities, &count);
-    if (rc != ZVSDP_RC_OK)
-        return rc;
-    if (count == 0) {
-        ZV_LOGD(kModHelper, "At least one media descriptor was expected in the remote capabilities !!!");
-        return ZVSDP_RC_MISSING;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(rc));
+    ZV_RETURN_IF(count == 0, ZVSDP_RC_MISSING, ZV_LOGD, kModHelper,
+                 "At least one media descriptor was expected in the remote capabilities !!!");
     rc = getNumberOfMediaDescriptors(localCapabilities, &count);
-    if (rc != ZVSDP_RC_OK)
-        return rc;
-    if (count == 0) {
-        ZV_LOGD(kModHelper, "At least one media descriptor was expected in the local capabilities !!!");
-        return ZVSDP_RC_MISSING;
-    }
-    if (count > 1) {
-        ZV_LOGD(kModHelper, "Currently this is not supported to  multiple mediaLines for the local capabilities !!!");
-        return ZVSDP_RC_NOT_FOUND;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(rc));
+    ZV_RETURN_IF(count == 0, ZVSDP_RC_MISSING, ZV_LOGD, kModHelper,
+                 "At least one media descriptor was expected in the local capabilities !!!");
+    ZV_RETURN_IF(count > 1, ZVSDP_RC_NOT_FOUND, ZV_LOGD, kModHelper,
+                 "Currently this is not supported to  multiple mediaLines for the local capabilities !!!");
 
     CMedia *local = nullptr;
     ZvSdpMediaType localType = ZVSDP_MT_UNKNOWN;
@@ -288,40 +260,27 @@ ZVSDP_API uint32_t zvSdpHelperBuildNewCapabilitiesBasedOnLocalRemoteCapabilities
         if (rc == ZVSDP_RC_OK)
             rc = zvSdpGetNextMediaDescriptor(remoteCapabilities, remote, &remote);
     }
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(rc));
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpHelperCopyMediaCapabilitiesUnsupported(CSdp *destination, CSdp *source)
 {
-    if (!destination || !source) {
-        ZV_LOGD(kModHelper, "Invalid parameter detected: destination=%p, source=%p", vp(destination), vp(source));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(destination));
+    ZV_RETURN_IF(!destination || !source, ZVSDP_RC_INVALID, ZV_LOGD, kModHelper,
+                 "Invalid parameter detected: destination=%p, source=%p", vp(destination), vp(source));
+    ZV_RETURN_IF_READ_ONLY(zvSdpObjGetAccessRights(destination));
     zvSdpObjDeepCopy(destination, source);
-    CMedia *media = nullptr;
-    uint32_t rc = zvSdpGetFirstMediaDescriptor(destination, &media);
-    while (rc == ZVSDP_RC_OK && media) {
+    uint32_t rc = forEachMedia(destination, [](CMedia *media) {
         CPayload *payload = nullptr;
-        rc = zvSdpMediaGetFirstPayload(media, &payload);
-        while (rc == ZVSDP_RC_OK && payload) {
-            rc = zvSdpMediaRemovePayload(media, &payload);
-            if (rc == ZVSDP_RC_OK)
-                rc = zvSdpMediaGetFirstPayload(media, &payload);
+        uint32_t step = zvSdpMediaGetFirstPayload(media, &payload);
+        while (step == ZVSDP_RC_OK && payload) {
+            step = zvSdpMediaRemovePayload(media, &payload);
+            if (step == ZVSDP_RC_OK)
+                step = zvSdpMediaGetFirstPayload(media, &payload);
         }
-        if (rc == ZVSDP_RC_OK)
-            rc = zvSdpMediaMarkUnsupported(media);
-        if (rc == ZVSDP_RC_OK)
-            rc = zvSdpGetNextMediaDescriptor(destination, media, &media);
-    }
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+        return step == ZVSDP_RC_OK ? zvSdpMediaMarkUnsupported(media) : step;
+    });
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModHelper, "%s", ZV_RC_TEXT(rc));
     return ZVSDP_RC_OK;
 }
 

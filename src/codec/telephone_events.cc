@@ -25,6 +25,40 @@ int removePayloadFromSdpMedia(CMedia *media, CPayload *payload)
     return 1;
 }
 
+uint32_t correctStepByStep(CMedia *mediaObj);
+
+struct Presence {
+    bool codec8k, codec16k, event8k, event16k;
+};
+
+// The answers of the four searches without removal (codecs at 8000 and
+// 16000 Hz, then telephone events at both), from one walk of a locked media,
+// with the lines each search writes, in the order it writes them.
+Presence presentAt(CMedia *media)
+{
+    Presence p = {false, false, false, false};
+    for (void *item = llist_getnext(media->payloads, nullptr); item; item = llist_getnext(media->payloads, item)) {
+        const CPayload *payload = static_cast<CPayload *>(item);
+        bool isEvent = dynstr_strcmp2(payload->name, "telephone-event") == 0;
+        bool &at8k = isEvent ? p.event8k : p.codec8k;
+        bool &at16k = isEvent ? p.event16k : p.codec16k;
+        at8k = at8k || payload->clockRate == 8000;
+        at16k = at16k || payload->clockRate == 16000;
+    }
+    const struct {
+        uint32_t rate;
+        bool found;
+    } searches[] = {{8000, p.codec8k}, {16000, p.codec16k}, {8000, p.event8k}, {16000, p.event16k}};
+    for (const auto &search : searches) {
+        ZV_LOGD_AS(kModHelper, "zvSdpMediaHandleTelephoneEventForClockRate", "clockRate(%d)",
+                   static_cast<int>(search.rate));
+        if (!search.found)
+            ZV_LOGD_AS(kModHelper, "zvSdpMediaHandleTelephoneEventForClockRate", "clockRate(%d) is not needed",
+                       static_cast<int>(search.rate));
+    }
+    return p;
+}
+
 // 1 when the media holds a payload at `rate` that is a telephone event
 // (wantEvents) or anything else (!wantEvents); the first one found is
 // removed when asked.
@@ -38,12 +72,9 @@ int zvSdpMediaHandleTelephoneEventForClockRate(CMedia *media, uint32_t rate, boo
         return 0;
     }
     while (payload) {
-        char name[100];
-        uint32_t length = sizeof name;
-        rc = zvSdpPayloadGetEncodingName(payload, name, &length);
-        if (rc != ZVSDP_RC_OK)
-            break;
-        bool isEvent = strcmp(name, "telephone-event") == 0;
+        // The name is read in place; one too long for the 100 bytes it was
+        // once read into is no telephone event either way.
+        bool isEvent = dynstr_strcmp2(payload->name, "telephone-event") == 0;
         if (isEvent == wantEvents) {
             uint32_t clock = 0;
             rc = zvSdpPayloadGetClock(payload, &clock);
@@ -99,6 +130,35 @@ ZVSDP_API uint32_t zvSdpMediaDumpAllPayloads(CMedia *mediaObj)
 
 ZVSDP_API uint32_t zvSdpMediaCorrectForRfc2833DtmfClockRate(CMedia *mediaObj)
 {
+    // Before the library is started every walk fails on its first step;
+    // that path logs what each step reports, so it keeps to the steps.
+    if (!g_apiInitialised || !mediaObj)
+        return correctStepByStep(mediaObj);
+    // One operation on the media and its payloads: the locks are taken once
+    // for the four searches and the removals, and the searches, which change
+    // nothing, share one walk.
+    ClassLock mediaLock(g_mediaModule);
+    ClassLock payloadLock(g_payloadModule);
+    zvSdpMediaDumpAllPayloads(mediaObj);
+    Presence found = presentAt(mediaObj);
+    if (found.event8k && !found.codec8k) {
+        ZV_LOGD(kModHelper, "Removing Telephone event %d", 8000);
+        zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 8000, true, true);
+    }
+    if (found.event16k && !found.codec16k) {
+        ZV_LOGD(kModHelper, "Removing Telephone event %d", 16000);
+        zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 16000, true, true);
+    }
+    zvSdpMediaDumpAllPayloads(mediaObj);
+    return ZVSDP_RC_OK;
+}
+
+}  // extern "C"
+
+namespace {
+
+uint32_t correctStepByStep(CMedia *mediaObj)
+{
     zvSdpMediaDumpAllPayloads(mediaObj);
     int codec8k = zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 8000, false, false);
     int codec16k = zvSdpMediaHandleTelephoneEventForClockRate(mediaObj, 16000, false, false);
@@ -116,22 +176,17 @@ ZVSDP_API uint32_t zvSdpMediaCorrectForRfc2833DtmfClockRate(CMedia *mediaObj)
     return ZVSDP_RC_OK;
 }
 
+}  // namespace
+
+extern "C" {
+
 ZVSDP_API uint32_t zvSdpFilterTelephoneEventsForAdvertisedCodecs(CSdp *sdp)
 {
     if (!sdp)
         return ZVSDP_RC_INVALID;
     zvSdpHelperLogSdp(sdp, __func__);
-    CMedia *media = nullptr;
-    uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &media);
-    while (rc == ZVSDP_RC_OK && media) {
-        rc = zvSdpMediaCorrectForRfc2833DtmfClockRate(media);
-        if (rc == ZVSDP_RC_OK)
-            rc = zvSdpGetNextMediaDescriptor(sdp, media, &media);
-    }
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGC(kModHelper, "%s", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    uint32_t rc = forEachMedia(sdp, zvSdpMediaCorrectForRfc2833DtmfClockRate);
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGC, kModHelper, "%s", ZV_RC_TEXT(rc));
     return ZVSDP_RC_OK;
 }
 

@@ -22,14 +22,8 @@ void staticCleanUp()
 
 uint32_t setSessionRights(CSdp *objHndl, uint32_t rights, const char *function)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD_AS(kModApi, function, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!objHndl) {
-        ZV_LOGD_AS(kModApi, function, "Invalid parameter detected: objHndl=NULL");
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGD_AS, kModApi, function, "API not initialised!");
+    ZV_RETURN_IF(!objHndl, ZVSDP_RC_INVALID, ZV_LOGD_AS, kModApi, function, "Invalid parameter detected: objHndl=NULL");
     zvSdpObjSetAccessRights(objHndl, rights);
     return ZVSDP_RC_OK;
 }
@@ -51,10 +45,8 @@ ZVSDP_API uint32_t zvSdpSetTraceLevel(uint32_t level)
 
 ZVSDP_API uint32_t zvSdpAppInit(uint32_t n)
 {
-    if (g_apiInitialised == 1) {
-        ZV_LOGD(kModApi, "API already initialised, ignore initialisation request.");
-        return ZVSDP_RC_OK;
-    }
+    ZV_RETURN_IF(g_apiInitialised == 1, ZVSDP_RC_OK, ZV_LOGD, kModApi,
+                 "API already initialised, ignore initialisation request.");
     uint32_t code = zvPbxCommonGetGlobalDynstrPool(&g_apiDynstrPool);
     if (code == ZVSDP_RC_OK) {
         if (!zvSdpObjApiInit(n) || !zvSdpMediaObjApiInit(5 * n) || !zvSdpPayloadObjApiInit(10 * n) ||
@@ -99,11 +91,8 @@ ZVSDP_API uint32_t zvSdpAppSetReadWrite(CSdp *objHndl)
 
 ZVSDP_API uint32_t zvSdpConstruct(CSdp **objHndl)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: &objHndl=%p", static_cast<void *>(objHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl, "Invalid parameter detected: &objHndl=%p", static_cast<void *>(objHndl));
     *objHndl = nullptr;
     CSdp *session = zvSdpObjConstruct();
     if (!session)
@@ -114,12 +103,10 @@ ZVSDP_API uint32_t zvSdpConstruct(CSdp **objHndl)
 
 ZVSDP_API uint32_t zvSdpDestruct(CSdp **objHndl)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl || !*objHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: &objHndl=%p", static_cast<void *>(objHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(*objHndl));
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl || !*objHndl, "Invalid parameter detected: &objHndl=%p",
+                         static_cast<void *>(objHndl));
+    ZV_RETURN_IF_READ_ONLY(zvSdpObjGetAccessRights(*objHndl));
     zvSdpObjDestruct(*objHndl);
     *objHndl = nullptr;
     return ZVSDP_RC_OK;
@@ -127,25 +114,20 @@ ZVSDP_API uint32_t zvSdpDestruct(CSdp **objHndl)
 
 ZVSDP_API uint32_t zvSdpCopyMediaCapabilities(CSdp *destination, CSdp *source)
 {
-    ZV_GUARD_INIT();
-    if (!destination || !source) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: destination=%p, source=%p", static_cast<void *>(destination),
-                static_cast<void *>(source));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(destination));
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!destination || !source, "Invalid parameter detected: destination=%p, source=%p",
+                         static_cast<void *>(destination), static_cast<void *>(source));
+    ZV_RETURN_IF_READ_ONLY(zvSdpObjGetAccessRights(destination));
     zvSdpObjDeepCopy(destination, source);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpCompare(CSdp *objHndl1, CSdp *objHndl2, uint32_t *equal)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl1 || !objHndl2 || !equal) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl1=%p, objHndl2=%p, equal=%p",
-                static_cast<void *>(objHndl1), static_cast<void *>(objHndl2), static_cast<void *>(equal));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl1 || !objHndl2 || !equal,
+                         "Invalid parameter detected: objHndl1=%p, objHndl2=%p, equal=%p",
+                         static_cast<void *>(objHndl1), static_cast<void *>(objHndl2), static_cast<void *>(equal));
     *equal = 1;
     CMedia *a = zvSdpObjGetMedia(objHndl1, nullptr);
     CMedia *b = zvSdpObjGetMedia(objHndl2, nullptr);

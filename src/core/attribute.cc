@@ -3,31 +3,21 @@
 #include <string.h>
 
 #include "objects.h"
-#include "text_sink.h"
+#include "object_text.h"
 
-namespace zv {
-ClassModule g_attrModule = {kModAttr, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
-                            PTHREAD_MUTEX_INITIALIZER};
-}  // namespace zv
+ZV_CLASS_MODULE(g_attrModule, kModAttr, true)
 
 using namespace zv;
 
+namespace zv {
+CAttribute *attrConstruct(const char *name, const char *value);
+}  // namespace zv
+
 namespace {
-
-ClassModule &M = g_attrModule;
-
-int releaseAttribute(void *record, memm_release_fn release)
-{
-    CAttribute *a = static_cast<CAttribute *>(record);
-    release(a->name);
-    release(a->value);
-    memset(a, 0, sizeof *a);
-    return 0;
-}
 
 bool instanceCheck(const CAttribute *a)
 {
-    return isPooledInstance(M, a) && isSoundName(a->name);
+    return a && isSoundName(a->name);
 }
 
 // The check runs after the lock is given back; a failed record is freed.
@@ -40,11 +30,16 @@ CAttribute *checked(CAttribute *a, const char *function)
     return nullptr;
 }
 
-uint32_t failStart(const char *function)
+void startFailed(StartStep step, uint32_t count)
 {
+    const char *const function = "zvSdpAttrObjApiInit";
+    if (step == StartStep::kLock)
+        ZV_LOGC_AS(M.log, function, "Failed to create data mutex!");
+    else if (step == StartStep::kStringPool)
+        ZV_LOGC_AS(M.log, function, "Failed to fetch Global Dynstring pool!");
+    else
+        ZV_LOGC_AS(M.log, function, "Failed to initialise data storage pool for %d objects!", static_cast<int>(count));
     ZV_LOGC_AS(M.log, function, "API initialisation failed, bailing out ...");
-    M.cleanUp();
-    return 0;
 }
 
 }  // namespace
@@ -57,23 +52,9 @@ ZVSDP_API uint32_t zvSdpAttrObjApiInit(uint32_t count)
         ZV_LOGD(M.log, "API already initialised, ignore initialisation request.");
         return 1;
     }
-    if (!createRecursiveLock(M)) {
-        ZV_LOGC(M.log, "Failed to create data mutex!");
-        return failStart(__func__);
-    }
-    if (zvPbxCommonGetGlobalDynstrPool(&M.dynstrPool) != 0) {
-        ZV_LOGC(M.log, "Failed to fetch Global Dynstring pool!");
-        return failStart(__func__);
-    }
-    if (M.pool == MEMM_POOL_NONE)
-        M.pool = memm_initpool3("zvsdpattrobj", count, sizeof(CAttribute), 0, releaseAttribute);
-    if (M.pool == MEMM_POOL_NONE) {
-        ZV_LOGC(M.log, "Failed to initialise data storage pool for %d objects!", static_cast<int>(count));
-        return failStart(__func__);
-    }
-    memm_disallow_expansion(M.pool);
-    M.initialised = 1;
-    return 1;
+    return M.start(count, {"zvsdpattrobj", sizeof(CAttribute),
+                           releaseOwned<CAttribute, &CAttribute::name, &CAttribute::value>, ClassStart::kNoListPool,
+                           startFailed});
 }
 
 ZVSDP_API void zvSdpAttrObjApiDestroy(void)
@@ -95,13 +76,9 @@ ZVSDP_API CAttribute *zvSdpAttrObjConstruct(const char *name, const char *value)
     CAttribute *a;
     {
         ClassLock lock(M);
-        a = static_cast<CAttribute *>(memm_alloc(M.pool));
+        a = attrConstruct(name, value);
         if (!a)
             return nullptr;
-        a->rights = ZVSDP_READ_WRITE;
-        a->name = dynstr_fromstr(M.dynstrPool, name);
-        // An empty value makes a flag attribute, as "a=sendrecv" is.
-        a->value = value && *value ? dynstr_fromstr(M.dynstrPool, value) : nullptr;
     }
     return checked(a, __func__);
 }
@@ -111,33 +88,24 @@ ZVSDP_API CAttribute *zvSdpAttrObjConstructCopy(CAttribute *source)
     CAttribute *a;
     {
         ClassLock lock(M);
-        a = static_cast<CAttribute *>(memm_alloc(M.pool));
+        a = newRecord<CAttribute>(M);
         if (!a)
             return nullptr;
-        a->rights = ZVSDP_READ_WRITE;
         a->name = dynstr_dup(M.dynstrPool, source->name);
         a->value = source->value ? dynstr_dup(M.dynstrPool, source->value) : nullptr;
     }
     return checked(a, __func__);
 }
 
-ZVSDP_API struct dynstr_s *zvSdpAttrObjGetName(CAttribute *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->name;
-}
+ZV_FIELD_GET(CAttribute, struct dynstr_s *, name, zvSdpAttrObjGetName)
+ZV_FIELD_GET(CAttribute, struct dynstr_s *, value, zvSdpAttrObjGetValue)
+ZV_DESTRUCT(CAttribute, zvSdpAttrObjDestruct)
 
 ZVSDP_API void zvSdpAttrObjSetName(CAttribute *objHndl, const char *name)
 {
     ClassLock lock(M);
     dynstr_release(objHndl->name);
     objHndl->name = dynstr_fromstr(M.dynstrPool, name);
-}
-
-ZVSDP_API struct dynstr_s *zvSdpAttrObjGetValue(CAttribute *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->value;
 }
 
 ZVSDP_API int32_t zvSdpAttrObjGetValueInt(CAttribute *objHndl)
@@ -162,22 +130,9 @@ ZVSDP_API char *zvSdpAttrObjToString(CAttribute *objHndl, char *buffer, uint32_t
     ClassLock lock(M);
     if (*length == 0)
         return buffer;
-    char *name = dynstr_strdup(objHndl->name);
-    char *value = dynstr_strdup(objHndl->value);
-    // What snprintf of "a=%s:%s" or "a=%s" would write, cut alike, at a
-    // fraction of its cost.
     TextSink out(buffer, *length);
-    if (name) {
-        out.append("a=", 2);
-        out.append(name);
-        if (objHndl->value && value) {
-            out.append(":", 1);
-            out.append(value);
-        }
-    }
+    appendAttribute(out, objHndl);
     *length = out.length();
-    dynstr_strfree(name);
-    dynstr_strfree(value);
     return buffer;
 }
 
@@ -187,14 +142,7 @@ ZVSDP_API uint32_t zvSdpAttrObjCompare(CAttribute *a, CAttribute *b)
     return dynstr_strcmp(a->name, b->name) == 0 && dynstr_strcmp(a->value, b->value) == 0 ? 1 : 0;
 }
 
-ZVSDP_API void zvSdpAttrObjDestruct(CAttribute *objHndl)
-{
-    if (!objHndl)
-        return;
-    ClassLock lock(M);
-    memm_free(objHndl);
-}
-
+// Attributes have no rights getter: the checked operations never ask.
 ZVSDP_API void zvSdpAttrObjSetAccessRights(CAttribute *objHndl, uint32_t rights)
 {
     ClassLock lock(M);
@@ -202,3 +150,24 @@ ZVSDP_API void zvSdpAttrObjSetAccessRights(CAttribute *objHndl, uint32_t rights)
 }
 
 }  // extern "C"
+
+namespace zv {
+
+CAttribute *attrConstruct(const char *name, const char *value)
+{
+    CAttribute *a = newRecord<CAttribute>(M);
+    if (!a)
+        return nullptr;
+    a->name = dynstr_fromstr(M.dynstrPool, name);
+    // An empty value makes a flag attribute, as "a=sendrecv" is.
+    a->value = value && *value ? dynstr_fromstr(M.dynstrPool, value) : nullptr;
+    return a;
+}
+
+CAttribute *attrConstructChecked(const char *name, const char *value)
+{
+    CAttribute *a = attrConstruct(name, value);
+    return a ? checked(a, "zvSdpAttrObjConstruct") : nullptr;
+}
+
+}  // namespace zv

@@ -2,41 +2,18 @@
 #include <string.h>
 
 #include "objects.h"
-#include "text_sink.h"
+#include "object_text.h"
 
-namespace zv {
-ClassModule g_mediaModule = {kModMedia, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
-                             PTHREAD_MUTEX_INITIALIZER};
-}  // namespace zv
+ZV_CLASS_MODULE(g_mediaModule, kModMedia, true)
 
 using namespace zv;
 
 namespace {
 
-ClassModule &M = g_mediaModule;
-
-int releaseMedia(void *record, memm_release_fn release)
-{
-    CMedia *m = static_cast<CMedia *>(record);
-    release(m->payloads);
-    release(m->attributes);
-    memset(m, 0, sizeof *m);
-    return 0;
-}
-
 bool instanceCheck(const CMedia *m)
 {
-    return isPooledInstance(M, m) && (!m->payloads || memm_instanceof(M.listPool, m->payloads)) &&
-           m->transport >= ZVSDP_TP_RTPAVP && m->transport <= ZVSDP_TP_UDPBFCP && m->mediaType >= ZVSDP_MT_AUDIO &&
+    return m && m->transport >= ZVSDP_TP_RTPAVP && m->transport <= ZVSDP_TP_UDPBFCP && m->mediaType >= ZVSDP_MT_AUDIO &&
            m->mediaType <= ZVSDP_MT_CONTROL && m->supported <= 1;
-}
-
-CMedia *checked(CMedia *m)
-{
-    if (instanceCheck(m))
-        return m;
-    memm_free(m);
-    return nullptr;
 }
 
 const char *mediaTypeWord(uint32_t type)
@@ -51,147 +28,79 @@ const char *transportWord(uint32_t transport)
     return transport < sizeof words / sizeof words[0] ? words[transport] : "unknown";
 }
 
+// Walks two lists side by side; false at the first pair that does not
+// match or when one list runs out first. b's next item is looked up in
+// `bSteps`, which is b itself except in the attribute compare.
+template <class Match>
+bool pairwise(llist_t a, llist_t b, llist_t bSteps, Match match)
+{
+    void *x = llist_getnext(a, nullptr);
+    void *y = llist_getnext(b, nullptr);
+    for (; x; x = llist_getnext(a, x), y = llist_getnext(bSteps, y)) {
+        if (!y || !match(x, y))
+            return false;
+    }
+    return !y;
+}
+
 // Attribute lines are cut here, whatever room the caller's buffer has.
 constexpr uint32_t kAttrLine = 128;
+// Payloads of one media that the printer keeps at hand between its passes.
+constexpr uint32_t kPrintedPayloads = 32;
+
+void startFailed(StartStep step, uint32_t)
+{
+    static const char *const texts[] = {
+        "Failed to create data protection mutex!", "Failed to get global dynstring pool!",
+        "Failed to get global linked list pool!", "Failed to initialise the data pool!"};
+    ZV_LOGC_AS(M.log, "zvSdpMediaObjApiInit", "%s", texts[static_cast<int>(step)]);
+}
 
 }  // namespace
 
 extern "C" {
 
-ZVSDP_API uint32_t zvSdpMediaObjApiInit(uint32_t count)
-{
-    if (M.initialised == 1)
-        return 1;
-    if (!createRecursiveLock(M)) {
-        ZV_LOGC(M.log, "Failed to create data protection mutex!");
-        M.cleanUp();
-        return 0;
-    }
-    if (zvPbxCommonGetGlobalDynstrPool(&M.dynstrPool) != 0) {
-        ZV_LOGC(M.log, "Failed to get global dynstring pool!");
-        M.cleanUp();
-        return 0;
-    }
-    if (zvPbxCommonGetGlobalLinkedListPool(&M.listPool) != 0) {
-        ZV_LOGC(M.log, "Failed to get global linked list pool!");
-        M.cleanUp();
-        return 0;
-    }
-    if (M.pool == MEMM_POOL_NONE)
-        M.pool = memm_initpool3("zvsdpmediaobj", count, sizeof(CMedia), 0, releaseMedia);
-    if (M.pool == MEMM_POOL_NONE) {
-        ZV_LOGC(M.log, "Failed to initialise the data pool!");
-        M.cleanUp();
-        return 0;
-    }
-    memm_disallow_expansion(M.pool);
-    M.initialised = 1;
-    return 1;
-}
-
-ZVSDP_API void zvSdpMediaObjApiDestroy(void)
-{
-    if (M.initialised == 1)
-        M.cleanUp();
-}
-
-ZVSDP_API void zvSdpMediaObjApiSetTraceLevel(uint32_t level)
-{
-    g_traceLevel[M.log] = level;
-}
+ZV_MODULE_OPERATIONS(zvSdpMediaObjApiInit, zvSdpMediaObjApiDestroy, zvSdpMediaObjApiSetTraceLevel,
+                     {"zvsdpmediaobj", sizeof(CMedia), releaseOwned<CMedia, &CMedia::payloads, &CMedia::attributes>,
+                      ClassStart::kListPoolFirst, startFailed})
 
 ZVSDP_API CMedia *zvSdpMediaObjConstruct(uint32_t transport, uint32_t mediaType)
 {
     ClassLock lock(M);
-    CMedia *m = static_cast<CMedia *>(memm_alloc(M.pool));
-    if (!m) {
-        ZV_LOGC(M.log, "Failed to allocate memory!");
-        return nullptr;
-    }
-    m->rights = ZVSDP_READ_WRITE;
-    m->transport = transport;
-    m->mediaType = mediaType;
-    m->supported = 1;
-    m->port = 0;
-    m->inbandDtmf = 0;
-    return checked(m);
+    return buildRecord<CMedia>(M, __func__, instanceCheck, [=](CMedia *m) {
+        m->transport = transport;
+        m->mediaType = mediaType;
+        m->supported = 1;
+    });
 }
 
 ZVSDP_API CMedia *zvSdpMediaObjConstructCopy(CMedia *source)
 {
     ClassLock lock(M);
-    CMedia *m = static_cast<CMedia *>(memm_alloc(M.pool));
-    if (!m) {
-        ZV_LOGC(M.log, "Failed to allocate memory!");
-        return nullptr;
-    }
-    m->rights = ZVSDP_READ_WRITE;
-    m->transport = source->transport;
-    m->mediaType = source->mediaType;
-    m->supported = source->supported;
-    m->port = source->port;
-    // The in-band DTMF flag belongs to the call that set it: copies start at 0.
-    m->inbandDtmf = 0;
-    for (void *p = llist_getnext(source->payloads, nullptr); p; p = llist_getnext(source->payloads, p)) {
-        CPayload *copy = zvSdpPayloadObjConstructCopy(static_cast<CPayload *>(p));
-        if (copy && llist_addobject(&m->payloads, copy, M.listPool) != 0)
-            zvSdpPayloadObjDestruct(copy);
-    }
-    for (void *a = llist_getnext(source->attributes, nullptr); a; a = llist_getnext(source->attributes, a)) {
-        CAttribute *copy = zvSdpAttrObjConstructCopy(static_cast<CAttribute *>(a));
-        if (copy && llist_addobject(&m->attributes, copy, M.listPool) != 0)
-            zvSdpAttrObjDestruct(copy);
-    }
-    return checked(m);
+    return buildRecord<CMedia>(M, __func__, instanceCheck, [source](CMedia *m) {
+        m->transport = source->transport;
+        m->mediaType = source->mediaType;
+        m->supported = source->supported;
+        m->port = source->port;
+        // The in-band DTMF flag belongs to the call that set it: a copy keeps
+        // the new record's 0.
+        appendCopies<CPayload>(M, &m->payloads, source->payloads, g_payloadModule, payloadConstructCopy,
+                               zvSdpPayloadObjDestruct);
+        appendCopies<CAttribute>(M, &m->attributes, source->attributes, g_attrModule, zvSdpAttrObjConstructCopy,
+                                 zvSdpAttrObjDestruct);
+    });
 }
 
-ZVSDP_API uint32_t zvSdpMediaObjGetPort(CMedia *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->port;
-}
-
-ZVSDP_API void zvSdpMediaObjSetPort(CMedia *objHndl, uint32_t port)
-{
-    ClassLock lock(M);
-    objHndl->port = port;
-}
-
-ZVSDP_API uint32_t zvSdpMediaObjIsSupported(CMedia *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->supported;
-}
-
-ZVSDP_API void zvSdpMediaObjSetSupported(CMedia *objHndl, uint32_t supported)
-{
-    ClassLock lock(M);
-    objHndl->supported = supported;
-}
-
-ZVSDP_API uint32_t zvSdpMediaObjGetTransport(CMedia *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->transport;
-}
-
-ZVSDP_API void zvSdpMediaObjSetTransport(CMedia *objHndl, uint32_t transport)
-{
-    ClassLock lock(M);
-    objHndl->transport = transport;
-}
-
-ZVSDP_API uint32_t zvSdpMediaObjGetMediaType(CMedia *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->mediaType;
-}
-
-ZVSDP_API void zvSdpMediaObjSetMediaType(CMedia *objHndl, uint32_t mediaType)
-{
-    ClassLock lock(M);
-    objHndl->mediaType = mediaType;
-}
+ZV_FIELD_GET_SET(CMedia, uint32_t, port, zvSdpMediaObjGetPort, zvSdpMediaObjSetPort)
+ZV_FIELD_GET_SET(CMedia, uint32_t, supported, zvSdpMediaObjIsSupported, zvSdpMediaObjSetSupported)
+ZV_FIELD_GET_SET(CMedia, uint32_t, transport, zvSdpMediaObjGetTransport, zvSdpMediaObjSetTransport)
+ZV_FIELD_GET_SET(CMedia, uint32_t, mediaType, zvSdpMediaObjGetMediaType, zvSdpMediaObjSetMediaType)
+ZV_FIELD_GET(CMedia, uint32_t, rights, zvSdpMediaObjGetAccessRights)
+ZV_LIST_OPERATIONS(CMedia, payloads, CPayload, zvSdpMediaObjAddPayload, zvSdpMediaObjGetPayload,
+                   zvSdpMediaObjHasPayload, zvSdpMediaObjRemovePayload, zvSdpPayloadObjDestruct)
+ZV_LIST_OPERATIONS(CMedia, attributes, CAttribute, zvSdpMediaObjAddAttribute, zvSdpMediaObjGetAttribute,
+                   zvSdpMediaObjHasAttribute, zvSdpMediaObjRemoveAttribute, zvSdpAttrObjDestruct)
+ZV_DESTRUCT(CMedia, zvSdpMediaObjDestruct)
 
 ZVSDP_API uint32_t zvSdpMediaObjGetInbandDtmf(CMedia *objHndl)
 {
@@ -207,66 +116,6 @@ ZVSDP_API void zvSdpMediaObjSetInbandDtmf(CMedia *objHndl, uint32_t inbandDtmf)
     ClassLock lock(M);
 }
 
-ZVSDP_API void zvSdpMediaObjAddPayload(CMedia *objHndl, CPayload *payload)
-{
-    if (!payload)
-        return;
-    ClassLock lock(M);
-    llist_addobject(&objHndl->payloads, payload, M.listPool);
-}
-
-ZVSDP_API CPayload *zvSdpMediaObjGetPayload(CMedia *objHndl, CPayload *previous)
-{
-    ClassLock lock(M);
-    return static_cast<CPayload *>(llist_getnext(objHndl->payloads, previous));
-}
-
-ZVSDP_API uint32_t zvSdpMediaObjHasPayload(CMedia *objHndl, CPayload *payload)
-{
-    ClassLock lock(M);
-    return llist_contains(objHndl->payloads, payload) ? 1 : 0;
-}
-
-ZVSDP_API void zvSdpMediaObjRemovePayload(CMedia *objHndl, CPayload *payload)
-{
-    if (!payload)
-        return;
-    ClassLock lock(M);
-    // Destroyed even when it was not in this list: the checked layer asks
-    // HasPayload first.
-    llist_removeobject(objHndl->payloads, payload);
-    zvSdpPayloadObjDestruct(payload);
-}
-
-ZVSDP_API void zvSdpMediaObjAddAttribute(CMedia *objHndl, CAttribute *attribute)
-{
-    if (!attribute)
-        return;
-    ClassLock lock(M);
-    llist_addobject(&objHndl->attributes, attribute, M.listPool);
-}
-
-ZVSDP_API CAttribute *zvSdpMediaObjGetAttribute(CMedia *objHndl, CAttribute *previous)
-{
-    ClassLock lock(M);
-    return static_cast<CAttribute *>(llist_getnext(objHndl->attributes, previous));
-}
-
-ZVSDP_API uint32_t zvSdpMediaObjHasAttribute(CMedia *objHndl, CAttribute *attribute)
-{
-    ClassLock lock(M);
-    return llist_contains(objHndl->attributes, attribute) ? 1 : 0;
-}
-
-ZVSDP_API void zvSdpMediaObjRemoveAttribute(CMedia *objHndl, CAttribute *attribute)
-{
-    if (!attribute)
-        return;
-    ClassLock lock(M);
-    llist_removeobject(objHndl->attributes, attribute);
-    zvSdpAttrObjDestruct(attribute);
-}
-
 // Takes no lock: the comparison is the caller's and may call back into the
 // payload operations.
 ZVSDP_API int32_t zvSdpMediaObjSortPayloads(CMedia *objHndl, void *sortArg, ZvSdpPayloadCompareFn compare)
@@ -280,52 +129,62 @@ ZVSDP_API char *zvSdpMediaObjToString(CMedia *objHndl, char *buffer, uint32_t *l
     TextSink out(buffer, *length);
     // The m-line, then every rtpmap line, then every fmtp line, each group in
     // payload order: three passes over the payloads write it straight into
-    // the caller's buffer.
-    // Piece by piece rather than through printf: this runs several times
-    // per call the gateway answers, and the text is the same.
+    // the caller's buffer, piece by piece rather than through printf.
     out.append("m=", 2);
     out.append(mediaTypeWord(objHndl->mediaType));
-    out.append(" ", 1);
+    out.appendChar(' ');
     out.appendInt(static_cast<int>(objHndl->port));
-    out.append(" ", 1);
+    out.appendChar(' ');
     out.append(transportWord(objHndl->transport));
-    llist_t payloads = objHndl->payloads;
-    for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
-        out.append(" ", 1);
-        out.appendInt(static_cast<int>(zvSdpPayloadObjGetPayloadType(static_cast<CPayload *>(p))));
-    }
-    out.append("\n", 1);
-    dynstr_t rtpmap = nullptr;
-    for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
-        CPayload *payload = static_cast<CPayload *>(p);
-        if (!zvSdpPayLoadIsRtpmapGenerationRequired(payload))
-            continue;
-        if (!rtpmap)
-            rtpmap = dynstr_fromstr(M.dynstrPool, "");
-        if (zvSdpPayloadObjCreateRtpmap(payload, rtpmap)) {
+    {
+        ClassLock payloadLock(g_payloadModule);
+        // One walk of the list serves the three passes; a media with more
+        // payloads than fit here is walked for each pass.
+        CPayload *listed[kPrintedPayloads];
+        uint32_t count = 0;
+        bool whole = true;
+        for (void *p = llist_getnext(objHndl->payloads, nullptr); p; p = llist_getnext(objHndl->payloads, p)) {
+            out.appendChar(' ');
+            out.appendInt(static_cast<int>(static_cast<CPayload *>(p)->payloadType));
+            if (count < kPrintedPayloads)
+                listed[count++] = static_cast<CPayload *>(p);
+            else
+                whole = false;
+        }
+        out.appendChar('\n');
+        auto eachPayload = [&](auto print) {
+            if (whole) {
+                for (uint32_t i = 0; i < count; ++i)
+                    print(listed[i]);
+            } else {
+                for (void *p = llist_getnext(objHndl->payloads, nullptr); p; p = llist_getnext(objHndl->payloads, p))
+                    print(static_cast<CPayload *>(p));
+            }
+        };
+        eachPayload([&](const CPayload *payload) {
+            if (!rtpmapRequired(payload))
+                return;
             out.append("a=rtpmap:", 9);
-            out.append(dynstr_cstr(rtpmap));
-            out.append("\n", 1);
-        }
-    }
-    dynstr_release(rtpmap);
-    for (void *p = llist_getnext(payloads, nullptr); p; p = llist_getnext(payloads, p)) {
-        CPayload *payload = static_cast<CPayload *>(p);
-        dynstr_t fmtp = zvSdpPayloadObjGetFmtp(payload);
-        if (fmtp) {
+            appendRtpmap(out, payload);
+            out.appendChar('\n');
+        });
+        eachPayload([&](const CPayload *payload) {
+            if (!payload->fmtp)
+                return;
             out.append("a=fmtp:", 7);
-            out.appendInt(static_cast<int>(zvSdpPayloadObjGetPayloadType(payload)));
-            out.append(" ", 1);
-            out.append(dynstr_cstr(fmtp));
-            out.append("\n", 1);
-        }
+            out.appendInt(static_cast<int>(payload->payloadType));
+            out.appendChar(' ');
+            out.append(dynstr_cstr(payload->fmtp), dynstr_len(payload->fmtp));
+            out.appendChar('\n');
+        });
     }
+    ClassLock attributeLock(g_attrModule);
     for (void *a = llist_getnext(objHndl->attributes, nullptr); a; a = llist_getnext(objHndl->attributes, a)) {
-        char line[kAttrLine];
-        uint32_t lineLength = sizeof line;
-        zvSdpAttrObjToString(static_cast<CAttribute *>(a), line, &lineLength);
-        out.append(line, lineLength);
-        out.append("\n", 1);
+        // Each attribute line is cut where a 128-byte buffer would cut it.
+        TextSink line = out.piece(kAttrLine);
+        appendAttribute(line, static_cast<CAttribute *>(a));
+        out.take(line);
+        out.appendChar('\n');
     }
     *length = out.length();
     return buffer;
@@ -336,55 +195,45 @@ ZVSDP_API uint32_t zvSdpMediaObjCompare(CMedia *a, CMedia *b)
     ClassLock lock(M);
     if (a->mediaType != b->mediaType || a->supported != b->supported || a->transport != b->transport)
         return 0;
-    void *attrA = llist_getnext(a->attributes, nullptr);
-    void *attrB = llist_getnext(b->attributes, nullptr);
-    while (attrA) {
-        if (!attrB)
-            return 0;
-        if (zvSdpAttrObjCompare(static_cast<CAttribute *>(attrA), static_cast<CAttribute *>(attrB)) == 0)
-            return 0;
-        attrA = llist_getnext(a->attributes, attrA);
-        // Looked up in a's list, as this walk always has: it finds nothing
-        // unless both lists hold the same attribute object.
-        attrB = llist_getnext(a->attributes, attrB);
-    }
-    if (attrB)
-        return 0;
-    void *payA = llist_getnext(a->payloads, nullptr);
-    void *payB = llist_getnext(b->payloads, nullptr);
-    while (payA) {
-        if (!payB)
-            return 0;
-        if (zvSdpPayloadObjCompare(static_cast<CPayload *>(payA), static_cast<CPayload *>(payB)) == 1)
-            return 0;
-        payA = llist_getnext(a->payloads, payA);
-        payB = llist_getnext(b->payloads, payB);
-    }
-    return payB ? 0 : 1;
-}
-
-ZVSDP_API void zvSdpMediaObjDestruct(CMedia *objHndl)
-{
-    if (!objHndl)
-        return;
-    ClassLock lock(M);
-    memm_free(objHndl);
+    // Attributes: b's walk steps through a's list, as it always has, which
+    // finds nothing unless both lists hold the same attribute object; so two
+    // or more attributes in a make the media different.
+    bool attributesMatch = pairwise(a->attributes, b->attributes, a->attributes, [](void *x, void *y) {
+        return zvSdpAttrObjCompare(static_cast<CAttribute *>(x), static_cast<CAttribute *>(y)) == 1;
+    });
+    return attributesMatch && pairwise(a->payloads, b->payloads, b->payloads, [](void *x, void *y) {
+               return zvSdpPayloadObjCompare(static_cast<CPayload *>(x), static_cast<CPayload *>(y)) == 0;
+           })
+               ? 1
+               : 0;
 }
 
 ZVSDP_API void zvSdpMediaObjSetAccessRights(CMedia *objHndl, uint32_t rights)
 {
     ClassLock lock(M);
     objHndl->rights = rights;
-    for (void *p = llist_getnext(objHndl->payloads, nullptr); p; p = llist_getnext(objHndl->payloads, p))
-        zvSdpPayloadObjSetAccessRights(static_cast<CPayload *>(p), rights);
+    {
+        ClassLock payloadLock(g_payloadModule);
+        for (void *p = llist_getnext(objHndl->payloads, nullptr); p; p = llist_getnext(objHndl->payloads, p))
+            zvSdpPayloadObjSetAccessRights(static_cast<CPayload *>(p), rights);
+    }
+    ClassLock attributeLock(g_attrModule);
     for (void *a = llist_getnext(objHndl->attributes, nullptr); a; a = llist_getnext(objHndl->attributes, a))
         zvSdpAttrObjSetAccessRights(static_cast<CAttribute *>(a), rights);
 }
 
-ZVSDP_API uint32_t zvSdpMediaObjGetAccessRights(CMedia *objHndl)
+}  // extern "C"
+
+namespace zv {
+
+void mediaAddPayload(CMedia *media, CPayload *payload)
 {
-    ClassLock lock(M);
-    return objHndl->rights;
+    llist_addobject(&media->payloads, payload, M.listPool);
 }
 
-}  // extern "C"
+void mediaAddAttribute(CMedia *media, CAttribute *attribute)
+{
+    llist_addobject(&media->attributes, attribute, M.listPool);
+}
+
+}  // namespace zv

@@ -13,23 +13,16 @@ namespace {
 uint32_t g_apiInitialised;
 int g_apiDynstrPool = MEMM_POOL_NONE;
 
-void ClassModule::acquire()
+void ClassModule::lockFailed(bool unlocking, int rc)
 {
-    int rc = pthread_mutex_lock(&lock);
-    if (rc != 0 && logsLockErrors) {
-        char err[128];
-        ZV_LOGE_AS(log, "varLock", "Error locking mutex: %s\n", errorText(strerror_r(rc, err, sizeof err), err));
-    }
-}
-
-void ClassModule::release()
-{
-    int rc = pthread_mutex_unlock(&lock);
-    if (rc != 0 && logsLockErrors) {
-        char err[128];
-        ZV_LOGE_AS(log, "varRelease", "Error unlocking mutex: %s\n",
-                   errorText(strerror_r(rc, err, sizeof err), err));
-    }
+    if (!logsLockErrors)
+        return;
+    char err[128];
+    const char *text = errorText(strerror_r(rc, err, sizeof err), err);
+    if (unlocking)
+        ZV_LOGE_AS(log, "varRelease", "Error unlocking mutex: %s\n", text);
+    else
+        ZV_LOGE_AS(log, "varLock", "Error locking mutex: %s\n", text);
 }
 
 void ClassModule::freeAll()
@@ -46,32 +39,42 @@ void ClassModule::cleanUp()
     initialised = 0;
     freeAll();
     dynstrPool = MEMM_POOL_NONE;
-    if (recursive && lockReady) {
-        pthread_mutex_destroy(&lock);
+    if (recursive && lockReady)
         lockReady = false;
+}
+
+uint32_t ClassModule::start(uint32_t count, const ClassStart &how)
+{
+    if (initialised == 1)
+        return 1;
+    StartStep failedStep;
+    if (recursive) {
+        // A start makes the lock afresh: it cannot fail.
+        lock.reset();
+        lockReady = true;
     }
-}
-
-bool createRecursiveLock(ClassModule &m)
-{
-    pthread_mutexattr_t attr;
-    if (pthread_mutexattr_init(&attr) != 0)
-        return false;
-    bool ok = pthread_mutexattr_settype(&attr, PTHREAD_MUTEX_RECURSIVE) == 0 &&
-              pthread_mutex_init(&m.lock, &attr) == 0;
-    pthread_mutexattr_destroy(&attr);
-    m.lockReady = ok;
-    return ok;
-}
-
-bool isPooledInstance(const ClassModule &m, const void *object)
-{
-    return object && memm_isvalidobjfrompool(m.pool, object) && memm_instanceof(m.pool, object);
-}
-
-bool isSoundName(dynstr_t name)
-{
-    return name && dynstr_isdynstring(name) && dynstr_len(name) > 0;
+    if (zvPbxCommonGetGlobalDynstrPool(&dynstrPool) != 0) {
+        failedStep = StartStep::kStringPool;
+    } else if (how.listPool == ClassStart::kListPoolFirst && zvPbxCommonGetGlobalLinkedListPool(&listPool) != 0) {
+        failedStep = StartStep::kListPool;
+    } else {
+        // Created once per process; a later start keeps it, whatever count
+        // it is given.
+        if (pool == MEMM_POOL_NONE)
+            pool = memm_initpool3(how.poolName, count, how.recordSize, 0, how.hook);
+        if (pool == MEMM_POOL_NONE) {
+            failedStep = StartStep::kObjectPool;
+        } else if (how.listPool == ClassStart::kListPoolLast && zvPbxCommonGetGlobalLinkedListPool(&listPool) != 0) {
+            failedStep = StartStep::kListPool;
+        } else {
+            memm_disallow_expansion(pool);
+            initialised = 1;
+            return 1;
+        }
+    }
+    how.failed(failedStep, count);
+    cleanUp();
+    return 0;
 }
 
 }  // namespace zv

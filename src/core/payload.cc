@@ -3,40 +3,17 @@
 #include <strings.h>
 
 #include "objects.h"
-#include "text_sink.h"
+#include "object_text.h"
 
-namespace zv {
-ClassModule g_payloadModule = {kModPayload, true, true, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
-                               PTHREAD_MUTEX_INITIALIZER};
-}  // namespace zv
+ZV_CLASS_MODULE(g_payloadModule, kModPayload, true)
 
 using namespace zv;
 
 namespace {
 
-ClassModule &M = g_payloadModule;
-
-int releasePayload(void *record, memm_release_fn release)
-{
-    CPayload *p = static_cast<CPayload *>(record);
-    release(p->name);
-    release(p->fmtp);
-    memset(p, 0, sizeof *p);
-    return 0;
-}
-
 bool instanceCheck(const CPayload *p)
 {
-    return isPooledInstance(M, p) && isSoundName(p->name);
-}
-
-// Frees a record that failed its check; the caller holds the lock.
-CPayload *checked(CPayload *p)
-{
-    if (instanceCheck(p))
-        return p;
-    memm_free(p);
-    return nullptr;
+    return p && isSoundName(p->name);
 }
 
 // The "no" test of CheckVad: whole text, deliberately not the key's value.
@@ -45,61 +22,26 @@ int32_t vadAnswer(const char *fmtp)
     return strstr(fmtp, "no") ? 0 : 1;
 }
 
+// Only a failed lock is reported; the pools fail without a word.
+void startFailed(StartStep step, uint32_t)
+{
+    if (step == StartStep::kLock)
+        ZV_LOGE_AS(M.log, "zvSdpPayloadObjApiInit", "Mutex creation failed\n");
+}
+
 }  // namespace
 
 extern "C" {
 
-ZVSDP_API uint32_t zvSdpPayloadObjApiInit(uint32_t count)
-{
-    if (M.initialised == 1)
-        return 1;
-    if (!createRecursiveLock(M)) {
-        ZV_LOGE(M.log, "Mutex creation failed\n");
-        M.cleanUp();
-        return 0;
-    }
-    if (zvPbxCommonGetGlobalDynstrPool(&M.dynstrPool) != 0) {
-        M.cleanUp();
-        return 0;
-    }
-    if (M.pool == MEMM_POOL_NONE)
-        M.pool = memm_initpool3("zvsdppayloadobj", count, sizeof(CPayload), 0, releasePayload);
-    if (M.pool == MEMM_POOL_NONE) {
-        M.cleanUp();
-        return 0;
-    }
-    memm_disallow_expansion(M.pool);
-    M.initialised = 1;
-    return 1;
-}
-
-ZVSDP_API void zvSdpPayloadObjApiDestroy(void)
-{
-    if (M.initialised == 1)
-        M.cleanUp();
-}
-
-ZVSDP_API void zvSdpPayloadObjApiSetTraceLevel(uint32_t level)
-{
-    g_traceLevel[M.log] = level;
-}
+ZV_MODULE_OPERATIONS(zvSdpPayloadObjApiInit, zvSdpPayloadObjApiDestroy, zvSdpPayloadObjApiSetTraceLevel,
+                     {"zvsdppayloadobj", sizeof(CPayload), releaseOwned<CPayload, &CPayload::name, &CPayload::fmtp>,
+                      ClassStart::kNoListPool, startFailed})
 
 ZVSDP_API CPayload *zvSdpPayloadObjConstructEx(uint32_t payloadType, const char *name, uint32_t clockRate,
                                                uint32_t channels)
 {
     ClassLock lock(M);
-    CPayload *p = static_cast<CPayload *>(memm_alloc(M.pool));
-    if (!p)
-        return nullptr;
-    p->rights = ZVSDP_READ_WRITE;
-    p->payloadType = payloadType;
-    p->name = dynstr_fromstr(M.dynstrPool, name);
-    p->channels = channels;
-    p->clockRate = clockRate;
-    p->fmtp = nullptr;
-    p->rtpmapEnabled = payloadType >= 96 ? 1 : 0;
-    p->ptime = 0;
-    return checked(p);
+    return payloadConstructEx(payloadType, name, clockRate, channels);
 }
 
 ZVSDP_API CPayload *zvSdpPayloadObjConstruct(uint32_t payloadType, const char *name)
@@ -110,64 +52,18 @@ ZVSDP_API CPayload *zvSdpPayloadObjConstruct(uint32_t payloadType, const char *n
 ZVSDP_API CPayload *zvSdpPayloadObjConstructCopy(CPayload *source)
 {
     ClassLock lock(M);
-    CPayload *p = static_cast<CPayload *>(memm_alloc(M.pool));
-    if (!p)
-        return nullptr;
-    p->rights = ZVSDP_READ_WRITE;
-    p->name = dynstr_dup(M.dynstrPool, source->name);
-    p->channels = source->channels;
-    p->clockRate = source->clockRate;
-    p->payloadType = source->payloadType;
-    p->rtpmapEnabled = source->rtpmapEnabled;
-    p->ptime = source->ptime;
-    p->fmtp = source->fmtp ? dynstr_dup(M.dynstrPool, source->fmtp) : nullptr;
-    return checked(p);
+    return payloadConstructCopy(source);
 }
 
-ZVSDP_API void zvSdpPayloadObjDestruct(CPayload *objHndl)
-{
-    if (!objHndl)
-        return;
-    ClassLock lock(M);
-    memm_free(objHndl);
-}
+ZV_DESTRUCT(CPayload, zvSdpPayloadObjDestruct)
+ZV_FIELD_GET_SET(CPayload, uint32_t, payloadType, zvSdpPayloadObjGetPayloadType, zvSdpPayloadObjSetPayloadType)
+ZV_FIELD_GET_SET(CPayload, uint32_t, clockRate, zvSdpPayloadObjGetClock, zvSdpPayloadObjSetClock)
+ZV_FIELD_GET_SET(CPayload, uint32_t, channels, zvSdpPayloadObjGetChannels, zvSdpPayloadObjSetChannels)
+ZV_FIELD_GET_SET(CPayload, uint32_t, rights, zvSdpPayloadObjGetAccessRights, zvSdpPayloadObjSetAccessRights)
+ZV_FIELD_GET(CPayload, struct dynstr_s *, name, zvSdpPayloadObjGetName)
+ZV_FIELD_GET(CPayload, struct dynstr_s *, fmtp, zvSdpPayloadObjGetFmtp)
 
-ZVSDP_API uint32_t zvSdpPayloadObjGetPayloadType(CPayload *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->payloadType;
-}
-
-ZVSDP_API void zvSdpPayloadObjSetPayloadType(CPayload *objHndl, uint32_t payloadType)
-{
-    ClassLock lock(M);
-    objHndl->payloadType = payloadType;
-}
-
-ZVSDP_API uint32_t zvSdpPayloadObjGetClock(CPayload *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->clockRate;
-}
-
-ZVSDP_API void zvSdpPayloadObjSetClock(CPayload *objHndl, uint32_t clockRate)
-{
-    ClassLock lock(M);
-    objHndl->clockRate = clockRate;
-}
-
-ZVSDP_API uint32_t zvSdpPayloadObjGetChannels(CPayload *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->channels;
-}
-
-ZVSDP_API void zvSdpPayloadObjSetChannels(CPayload *objHndl, uint32_t channels)
-{
-    ClassLock lock(M);
-    objHndl->channels = channels;
-}
-
+// NULL reads as 0 here, unlike every other payload operation.
 ZVSDP_API uint32_t zvSdpPayloadObjGetPtime(CPayload *objHndl)
 {
     if (!objHndl)
@@ -182,23 +78,10 @@ ZVSDP_API void zvSdpPayloadObjSetPtime(CPayload *objHndl, uint32_t ptime)
     objHndl->ptime = ptime;
 }
 
-ZVSDP_API struct dynstr_s *zvSdpPayloadObjGetName(CPayload *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->name;
-}
-
-ZVSDP_API struct dynstr_s *zvSdpPayloadObjGetFmtp(CPayload *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->fmtp;
-}
-
 ZVSDP_API void zvSdpPayloadObjSetFmtp(CPayload *objHndl, const char *fmtp)
 {
     ClassLock lock(M);
-    dynstr_release(objHndl->fmtp);
-    objHndl->fmtp = fmtp ? dynstr_fromstr(M.dynstrPool, fmtp) : nullptr;
+    payloadSetFmtp(objHndl, fmtp);
 }
 
 ZVSDP_API uint32_t zvSdpPayloadObjGetEnableRtpMap(CPayload *objHndl)
@@ -217,32 +100,21 @@ ZVSDP_API void zvSdpPayloadObjSetEnableRtpMap(CPayload *objHndl, uint32_t enable
 ZVSDP_API struct dynstr_s *zvSdpPayloadObjCreateRtpmap(CPayload *objHndl, struct dynstr_s *out)
 {
     ClassLock lock(M);
-    char *name = dynstr_strdup(objHndl->name);
-    if (!name)
+    if (!objHndl->name)
         return out;
-    // Every printed rtpmap line comes through here: an ordinary line is put
-    // together on the stack and assigned in one go; only a name too long
-    // for that goes through the formatter.
+    // An ordinary line is put together on the stack and assigned in one go;
+    // only a name too long for that goes through the formatter.
     char line[128];
     TextSink text(line, sizeof line);
-    text.appendInt(static_cast<int>(objHndl->payloadType));
-    text.append(" ", 1);
-    text.append(name);
-    text.append("/", 1);
-    text.appendInt(static_cast<int>(objHndl->clockRate));
-    if (objHndl->channels >= 2) {
-        text.append("/", 1);
-        text.appendInt(static_cast<int>(objHndl->channels));
-    }
+    appendRtpmap(text, objHndl);
     if (text.length() < sizeof line - 1)
         dynstr_assign(out, line);
     else if (objHndl->channels < 2)
-        dynstr_printf(out, "%d %s/%d", static_cast<int>(objHndl->payloadType), name,
+        dynstr_printf(out, "%d %s/%d", static_cast<int>(objHndl->payloadType), dynstr_cstr(objHndl->name),
                       static_cast<int>(objHndl->clockRate));
     else
-        dynstr_printf(out, "%d %s/%d/%d", static_cast<int>(objHndl->payloadType), name,
+        dynstr_printf(out, "%d %s/%d/%d", static_cast<int>(objHndl->payloadType), dynstr_cstr(objHndl->name),
                       static_cast<int>(objHndl->clockRate), static_cast<int>(objHndl->channels));
-    dynstr_strfree(name);
     return out;
 }
 
@@ -270,16 +142,38 @@ ZVSDP_API uint32_t zvSdpPayloadObjCompare(CPayload *a, CPayload *b)
     return equal ? 0 : 1;
 }
 
-ZVSDP_API void zvSdpPayloadObjSetAccessRights(CPayload *objHndl, uint32_t rights)
-{
-    ClassLock lock(M);
-    objHndl->rights = rights;
-}
-
-ZVSDP_API uint32_t zvSdpPayloadObjGetAccessRights(CPayload *objHndl)
-{
-    ClassLock lock(M);
-    return objHndl->rights;
-}
-
 }  // extern "C"
+
+namespace zv {
+
+CPayload *payloadConstructEx(uint32_t payloadType, const char *name, uint32_t clockRate, uint32_t channels)
+{
+    return buildRecord<CPayload>(M, nullptr, instanceCheck, [=](CPayload *p) {
+        p->payloadType = payloadType;
+        p->name = dynstr_fromstr(M.dynstrPool, name);
+        p->channels = channels;
+        p->clockRate = clockRate;
+        p->rtpmapEnabled = payloadType >= 96 ? 1 : 0;
+    });
+}
+
+CPayload *payloadConstructCopy(const CPayload *source)
+{
+    return buildRecord<CPayload>(M, nullptr, instanceCheck, [source](CPayload *p) {
+        p->name = dynstr_dup(M.dynstrPool, source->name);
+        p->channels = source->channels;
+        p->clockRate = source->clockRate;
+        p->payloadType = source->payloadType;
+        p->rtpmapEnabled = source->rtpmapEnabled;
+        p->ptime = source->ptime;
+        p->fmtp = source->fmtp ? dynstr_dup(M.dynstrPool, source->fmtp) : nullptr;
+    });
+}
+
+void payloadSetFmtp(CPayload *payload, const char *fmtp)
+{
+    dynstr_release(payload->fmtp);
+    payload->fmtp = fmtp ? dynstr_fromstr(M.dynstrPool, fmtp) : nullptr;
+}
+
+}  // namespace zv

@@ -3,113 +3,53 @@
 
 #include "objects.h"
 
-namespace zv {
-// The CSdp lock is a plain static mutex that is never created or destroyed,
-// and it reports no lock errors.
-ClassModule g_sdpModule = {kModSdp, false, false, false, 0, MEMM_POOL_NONE, MEMM_POOL_NONE, MEMM_POOL_NONE,
-                           PTHREAD_MUTEX_INITIALIZER};
-}  // namespace zv
+ZV_CLASS_MODULE(g_sdpModule, kModSdp, false)
 
 using namespace zv;
 
 namespace {
 
-ClassModule &M = g_sdpModule;
-
-int releaseSdp(void *record, memm_release_fn release)
-{
-    CSdp *s = static_cast<CSdp *>(record);
-    release(s->media);
-    memset(s, 0, sizeof *s);
-    return 0;
-}
-
 bool instanceCheck(const CSdp *s)
 {
-    return isPooledInstance(M, s);
-}
-
-CSdp *checked(CSdp *s)
-{
-    if (instanceCheck(s))
-        return s;
-    memm_free(s);
-    return nullptr;
+    return s != nullptr;
 }
 
 // Appends copies of every media of `from`; the caller holds the lock.
-void appendCopies(CSdp *to, CSdp *from)
+void appendMediaCopies(CSdp *to, CSdp *from)
 {
-    for (void *m = llist_getnext(from->media, nullptr); m; m = llist_getnext(from->media, m)) {
-        CMedia *copy = zvSdpMediaObjConstructCopy(static_cast<CMedia *>(m));
-        if (copy && llist_addobject(&to->media, copy, M.listPool) != 0)
-            zvSdpMediaObjDestruct(copy);
-    }
+    appendCopies<CMedia>(M, &to->media, from->media, g_mediaModule, zvSdpMediaObjConstructCopy, zvSdpMediaObjDestruct);
+}
+
+void startFailed(StartStep step, uint32_t)
+{
+    if (step == StartStep::kObjectPool)
+        ZV_LOGC_AS(M.log, "zvSdpObjApiInit", "Failed to initialise the data pool!");
+    else if (step == StartStep::kListPool)
+        ZV_LOGC_AS(M.log, "zvSdpObjApiInit", "Failed to get global linked list pool!");
 }
 
 }  // namespace
 
 extern "C" {
 
-ZVSDP_API uint32_t zvSdpObjApiInit(uint32_t count)
-{
-    if (M.initialised == 1)
-        return 1;
-    if (zvPbxCommonGetGlobalDynstrPool(&M.dynstrPool) != 0) {
-        M.cleanUp();
-        return 0;
-    }
-    if (M.pool == MEMM_POOL_NONE)
-        M.pool = memm_initpool3("zvsdpsdpobj", count, sizeof(CSdp), 0, releaseSdp);
-    if (M.pool == MEMM_POOL_NONE) {
-        ZV_LOGC(M.log, "Failed to initialise the data pool!");
-        M.cleanUp();
-        return 0;
-    }
-    if (zvPbxCommonGetGlobalLinkedListPool(&M.listPool) != 0) {
-        ZV_LOGC(M.log, "Failed to get global linked list pool!");
-        M.cleanUp();
-        return 0;
-    }
-    memm_disallow_expansion(M.pool);
-    M.initialised = 1;
-    return 1;
-}
-
-ZVSDP_API void zvSdpObjApiDestroy(void)
-{
-    if (M.initialised == 1)
-        M.cleanUp();
-}
-
-ZVSDP_API void zvSdpObjApiSetTraceLevel(uint32_t level)
-{
-    g_traceLevel[M.log] = level;
-}
+ZV_MODULE_OPERATIONS(zvSdpObjApiInit, zvSdpObjApiDestroy, zvSdpObjApiSetTraceLevel,
+                     {"zvsdpsdpobj", sizeof(CSdp), releaseOwned<CSdp, &CSdp::media>,
+                      ClassStart::kListPoolLast, startFailed})
 
 ZVSDP_API CSdp *zvSdpObjConstruct(void)
 {
     ClassLock lock(M);
-    CSdp *s = static_cast<CSdp *>(memm_alloc(M.pool));
-    if (!s)
-        return nullptr;
-    s->rights = ZVSDP_READ_WRITE;
-    s->media = nullptr;
-    return checked(s);
+    return buildRecord<CSdp>(M, nullptr, instanceCheck, [](CSdp *) {});
 }
 
 ZVSDP_API CSdp *zvSdpObjConstructCopy(CSdp *source)
 {
     ClassLock lock(M);
-    CSdp *s = static_cast<CSdp *>(memm_alloc(M.pool));
-    if (!s) {
-        ZV_LOGC(M.log, "Failed to allocate memory!");
-        return nullptr;
-    }
-    // A session copy keeps the source's rights; its media copies are read-write.
-    s->rights = source->rights;
-    appendCopies(s, source);
-    return checked(s);
+    return buildRecord<CSdp>(M, __func__, instanceCheck, [source](CSdp *s) {
+        // A session copy keeps the source's rights; its media copies are read-write.
+        s->rights = source->rights;
+        appendMediaCopies(s, source);
+    });
 }
 
 ZVSDP_API void zvSdpObjDeepCopy(CSdp *destination, CSdp *source)
@@ -121,45 +61,22 @@ ZVSDP_API void zvSdpObjDeepCopy(CSdp *destination, CSdp *source)
     }
     llist_release(destination->media);
     destination->media = nullptr;
-    appendCopies(destination, source);
+    appendMediaCopies(destination, source);
 }
 
-ZVSDP_API void zvSdpObjAddMedia(CSdp *objHndl, CMedia *media)
-{
-    if (!media)
-        return;
-    ClassLock lock(M);
-    llist_addobject(&objHndl->media, media, M.listPool);
-}
-
-ZVSDP_API CMedia *zvSdpObjGetMedia(CSdp *objHndl, CMedia *previous)
-{
-    ClassLock lock(M);
-    return static_cast<CMedia *>(llist_getnext(objHndl->media, previous));
-}
-
-ZVSDP_API uint32_t zvSdpObjHasMedia(CSdp *objHndl, CMedia *media)
-{
-    ClassLock lock(M);
-    return llist_contains(objHndl->media, media) ? 1 : 0;
-}
-
-ZVSDP_API void zvSdpObjRemoveMedia(CSdp *objHndl, CMedia *media)
-{
-    if (!media)
-        return;
-    ClassLock lock(M);
-    llist_removeobject(objHndl->media, media);
-    zvSdpMediaObjDestruct(media);
-}
+ZV_LIST_OPERATIONS(CSdp, media, CMedia, zvSdpObjAddMedia, zvSdpObjGetMedia, zvSdpObjHasMedia, zvSdpObjRemoveMedia,
+                   zvSdpMediaObjDestruct)
+ZV_DESTRUCT(CSdp, zvSdpObjDestruct)
+ZV_FIELD_GET(CSdp, uint32_t, rights, zvSdpObjGetAccessRights)
 
 ZVSDP_API char *zvSdpObjToString(CSdp *objHndl, char *buffer, uint32_t *length)
 {
     if (*length == 0)
         return buffer;
     ClassLock lock(M);
-    memset(buffer, 0, *length);
-    uint32_t remaining = *length;
+    ClassLock mediaLock(g_mediaModule);
+    uint32_t size = *length;
+    uint32_t remaining = size;
     char *position = buffer;
     for (void *m = llist_getnext(objHndl->media, nullptr); m; m = llist_getnext(objHndl->media, m)) {
         uint32_t written = remaining;
@@ -174,15 +91,10 @@ ZVSDP_API char *zvSdpObjToString(CSdp *objHndl, char *buffer, uint32_t *length)
         }
     }
     *length = static_cast<uint32_t>(position - buffer);
+    // The whole buffer ends up zero-filled past the text, as if it had been
+    // cleared first; clearing only what the text left is the same in less.
+    memset(position, 0, size - *length);
     return buffer;
-}
-
-ZVSDP_API void zvSdpObjDestruct(CSdp *objHndl)
-{
-    if (!objHndl)
-        return;
-    ClassLock lock(M);
-    memm_free(objHndl);
 }
 
 ZVSDP_API void zvSdpObjSetAccessRights(CSdp *objHndl, uint32_t rights)
@@ -193,10 +105,14 @@ ZVSDP_API void zvSdpObjSetAccessRights(CSdp *objHndl, uint32_t rights)
         zvSdpMediaObjSetAccessRights(static_cast<CMedia *>(m), rights);
 }
 
-ZVSDP_API uint32_t zvSdpObjGetAccessRights(CSdp *objHndl)
+}  // extern "C"
+
+namespace zv {
+
+uint32_t mediaCount(CSdp *session)
 {
     ClassLock lock(M);
-    return objHndl->rights;
+    return llist_count(session->media);
 }
 
-}  // extern "C"
+}  // namespace zv

@@ -31,6 +31,14 @@ public:
 
     void append(const char *text) { append(text, strlen(text)); }
 
+    void appendChar(char c)
+    {
+        if (len_ + 1 < size_) {
+            buf_[len_++] = c;
+            buf_[len_] = '\0';
+        }
+    }
+
     void appendf(const char *format, ...) __attribute__((format(printf, 2, 3)))
     {
         if (size_ == 0 || len_ + 1 >= size_)
@@ -43,24 +51,49 @@ public:
             len_ += static_cast<size_t>(n) < size_ - len_ ? static_cast<size_t>(n) : size_ - 1 - len_;
     }
 
-    // "%d" of value, without the cost of a printf call.
+    // "%d" of value, without the cost of a printf call: written in place
+    // when it fits, else cut like any other text.
     void appendInt(int value)
     {
-        char digits[12];
-        char *end = digits + sizeof digits;
-        char *p = end;
         // Unsigned arithmetic, so that INT_MIN needs no special case.
         unsigned magnitude = value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value);
+        size_t width = value < 0 ? 2 : 1;
+        for (unsigned rest = magnitude; rest >= 10u; rest /= 10u)
+            ++width;
+        if (len_ + width >= size_) {
+            char digits[12];
+            char *end = digits + sizeof digits;
+            char *p = end;
+            do {
+                *--p = static_cast<char>('0' + magnitude % 10u);
+                magnitude /= 10u;
+            } while (magnitude);
+            if (value < 0)
+                *--p = '-';
+            append(p, static_cast<size_t>(end - p));
+            return;
+        }
+        char *p = buf_ + len_ + width;
+        *p = '\0';
         do {
             *--p = static_cast<char>('0' + magnitude % 10u);
             magnitude /= 10u;
         } while (magnitude);
         if (value < 0)
             *--p = '-';
-        append(p, static_cast<size_t>(end - p));
+        len_ += width;
     }
 
     uint32_t length() const { return static_cast<uint32_t>(len_); }
+
+    // A sink for the next piece, of at most `limit` bytes with its
+    // terminator, writing in place; take() then counts what it wrote.
+    TextSink piece(uint32_t limit)
+    {
+        size_t room = size_ == 0 ? 0 : size_ - len_;
+        return TextSink(buf_ + len_, room < limit ? static_cast<uint32_t>(room) : limit);
+    }
+    void take(const TextSink &piece) { len_ += piece.len_; }
 
 private:
     char *buf_;

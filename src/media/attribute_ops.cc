@@ -11,7 +11,7 @@ namespace {
 // The name tests: 1 when the attribute's name is exactly `name`.
 uint32_t isNamed(CAttribute *attrHndl, uint32_t *result, const char *name, bool critical, const char *function)
 {
-    ZV_GUARD_INIT_SILENT();
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
     if (!attrHndl || !result) {
         if (critical)
             ZV_LOGC_AS(kModApi, function, "Invalid parameter detected: attrHndl=%p, &result=%p", vp(attrHndl),
@@ -58,85 +58,32 @@ uint32_t addAttributeFromText(CMedia *media, const char *name, dynstr_t text, CA
 
 extern "C" {
 
-ZVSDP_API uint32_t zvSdpAttrIsSilenceSupp(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "silenceSupp", false, __func__);
-}
-
-// The two packet-time tests report a bad argument as critical.
-ZVSDP_API uint32_t zvSdpAttrIsPtime(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "ptime", true, __func__);
-}
-
-ZVSDP_API uint32_t zvSdpAttrIsMaxPtime(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "maxptime", true, __func__);
-}
-
-ZVSDP_API uint32_t zvSdpAttrIsFmtp(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "fmtp", false, __func__);
-}
-
-ZVSDP_API uint32_t zvSdpAttrIsCdsc(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "cdsc", false, __func__);
-}
-
-ZVSDP_API uint32_t zvSdpAttrIsCpar(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "cpar", false, __func__);
-}
-
-ZVSDP_API uint32_t zvSdpAttrIsSqn(CAttribute *attrHndl, uint32_t *result)
-{
-    return isNamed(attrHndl, result, "sqn", false, __func__);
-}
-
-ZVSDP_API uint32_t zvSdpAttrGetName(CAttribute *attrObj, char *name, uint32_t *length)
-{
-    ZV_GUARD_INIT_SILENT();
-    if (!attrObj || !name || !length) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: attrObj=%p, &name=%p, &length=%p", vp(attrObj), vp(name),
-                vp(length));
-        return ZVSDP_RC_INVALID;
+// The name tests; the two packet-time ones report a bad argument as critical.
+#define ZV_NAME_TEST(function, name, critical)                           \
+    ZVSDP_API uint32_t function(CAttribute *attrHndl, uint32_t *result) \
+    {                                                                    \
+        return isNamed(attrHndl, result, name, critical, __func__);     \
     }
-    if (*length == 0)
-        return ZVSDP_RC_OK;
-    memset(name, 0, *length);
-    dynstr_strncpy(name, zvSdpAttrObjGetName(attrObj), *length - 1);
-    *length = static_cast<uint32_t>(strlen(name));
-    return ZVSDP_RC_OK;
-}
+ZV_NAME_TEST(zvSdpAttrIsSilenceSupp, "silenceSupp", false)
+ZV_NAME_TEST(zvSdpAttrIsPtime, "ptime", true)
+ZV_NAME_TEST(zvSdpAttrIsMaxPtime, "maxptime", true)
+ZV_NAME_TEST(zvSdpAttrIsFmtp, "fmtp", false)
+ZV_NAME_TEST(zvSdpAttrIsCdsc, "cdsc", false)
+ZV_NAME_TEST(zvSdpAttrIsCpar, "cpar", false)
+ZV_NAME_TEST(zvSdpAttrIsSqn, "sqn", false)
 
-ZVSDP_API uint32_t zvSdpAttrGetValueStr(CAttribute *attrObj, char *value, uint32_t *length)
-{
-    ZV_GUARD_INIT_SILENT();
-    if (!attrObj || !value || !length) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: attrObj=%p, &value=%p, &length=%p", vp(attrObj), vp(value),
-                vp(length));
-        return ZVSDP_RC_INVALID;
-    }
-    if (*length == 0)
-        return ZVSDP_RC_OK;
-    value[0] = '\0';
-    dynstr_t text = zvSdpAttrObjGetValue(attrObj);
-    // The full size is handed on, so the copy may write size + 1 bytes:
-    // callers of this operation pass a buffer one byte larger.
-    if (text)
-        dynstr_strncpy(value, text, *length);
-    *length = static_cast<uint32_t>(strlen(value));
-    return ZVSDP_RC_OK;
-}
+ZV_CHECKED_TEXT_GET(zvSdpAttrGetName, CAttribute, zvSdpAttrObjGetName, kWholeBufferCleared, kCutBeforeLast,
+                    "Invalid parameter detected: attrObj=%p, &name=%p, &length=%p")
+// The full size is handed on, so the copy may write size + 1 bytes: callers
+// of this operation pass a buffer one byte larger.
+ZV_CHECKED_TEXT_GET(zvSdpAttrGetValueStr, CAttribute, zvSdpAttrObjGetValue, kFirstByteCleared, kFullSize,
+                    "Invalid parameter detected: attrObj=%p, &value=%p, &length=%p")
 
 ZVSDP_API uint32_t zvSdpAttrGetValueInt(CAttribute *attrObj, uint32_t *value)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!attrObj || !value) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: attrObj=%p, &value=%p", vp(attrObj), vp(value));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!attrObj || !value, "Invalid parameter detected: attrObj=%p, &value=%p", vp(attrObj),
+                         vp(value));
     long number = 0;
     // Held to 32 bits so that a 64-bit host answers as the gateways do.
     if (dynstr_getlong(zvSdpAttrObjGetValue(attrObj), &number) != 0 || number < INT32_MIN || number > INT32_MAX)
@@ -147,11 +94,9 @@ ZVSDP_API uint32_t zvSdpAttrGetValueInt(CAttribute *attrObj, uint32_t *value)
 
 ZVSDP_API uint32_t zvSdpAttrSetValueInt(CAttribute *attrObj, int32_t value)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!attrObj) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: attrObj=%p, &value=%d", vp(attrObj), static_cast<int>(value));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!attrObj, "Invalid parameter detected: attrObj=%p, &value=%d", vp(attrObj),
+                         static_cast<int>(value));
     char text[16];
     snprintf(text, sizeof text, "%d", static_cast<int>(value));
     zvSdpAttrObjSetValue(attrObj, text);
@@ -160,23 +105,18 @@ ZVSDP_API uint32_t zvSdpAttrSetValueInt(CAttribute *attrObj, int32_t value)
 
 ZVSDP_API uint32_t zvSdpAttrSetValueStr(CAttribute *attrObj, const char *value)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!attrObj || !value) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: attrObj=%p, &value=%p", vp(attrObj), vp(value));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!attrObj || !value, "Invalid parameter detected: attrObj=%p, &value=%p", vp(attrObj),
+                         vp(value));
     zvSdpAttrObjSetValue(attrObj, value);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaAddAttrPtime(CMedia *mediaHndl, uint32_t ptime, CAttribute **attrHndl)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!mediaHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaHndl=%p", vp(mediaHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaHndl));
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!mediaHndl, "Invalid parameter detected: mediaHndl=%p", vp(mediaHndl));
+    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(mediaHndl));
     if (attrHndl)
         *attrHndl = nullptr;
     // A second call adds a second ptime line: nothing is looked up first.
@@ -185,35 +125,30 @@ ZVSDP_API uint32_t zvSdpMediaAddAttrPtime(CMedia *mediaHndl, uint32_t ptime, CAt
 
 ZVSDP_API uint32_t zvSdpMediaGetPtime(CMedia *mediaHndl, CPayload *payloadHndl, uint32_t *ptime)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!mediaHndl || !payloadHndl || !ptime) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaHndl=%p", vp(mediaHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!mediaHndl || !payloadHndl || !ptime, "Invalid parameter detected: mediaHndl=%p",
+                         vp(mediaHndl));
     *ptime = 0;
     // The media's first ptime attribute decides; then the table's default
     // for the payload's name; there is no fixed fallback here.
-    for (CAttribute *a = zvSdpMediaObjGetAttribute(mediaHndl, nullptr); a; a = zvSdpMediaObjGetAttribute(mediaHndl, a)) {
+    for (CAttribute *a = zvSdpMediaObjGetAttribute(mediaHndl, nullptr); a;
+         a = zvSdpMediaObjGetAttribute(mediaHndl, a)) {
         uint32_t isPtime = 0;
         uint32_t rc = zvSdpAttrIsPtime(a, &isPtime);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGE(kModApi, "zvSdpAttrIsPtime failed with error: %s\n", ZV_RC_TEXT(rc));
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "zvSdpAttrIsPtime failed with error: %s\n",
+                     ZV_RC_TEXT(rc));
         if (!isPtime)
             continue;
         rc = zvSdpAttrGetValueInt(a, ptime);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGE(kModApi, "zvSdpAttrGetValueInt failed with error: %s\n", ZV_RC_TEXT(rc));
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "zvSdpAttrGetValueInt failed with error: %s\n",
+                     ZV_RC_TEXT(rc));
         return ZVSDP_RC_OK;
     }
     char *name = dynstr_strdup(zvSdpPayloadObjGetName(payloadHndl));
     uint32_t rc = ZVSDP_RC_INVALID;
     if (name) {
         for (const ZvSdpCodecEntry &row : zvSdpCodecTable) {
-            if (strcmp(row.encodingName, name) != 0)
+            if (!sameCodecName(row.encodingName, name))
                 continue;
             if (row.defaultPtime != 0) {
                 *ptime = row.defaultPtime;
@@ -228,34 +163,20 @@ ZVSDP_API uint32_t zvSdpMediaGetPtime(CMedia *mediaHndl, CPayload *payloadHndl, 
 
 ZVSDP_API uint32_t zvSdpMediaIsPtimePresent(CMedia *mediaHndl, uint32_t *present)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD(kModApi, "API not initialised!\r\n");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!mediaHndl || !present) {
-        ZV_LOGD(kModApi, "Invalid Parameters detected \r\n");
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGD, kModApi, "API not initialised!\r\n");
+    ZV_RETURN_INVALID_IF(!mediaHndl || !present, "Invalid Parameters detected \r\n");
     *present = 0;
     CAttribute *attribute = nullptr;
     uint32_t rc = zvSdpMediaGetFirstAttribute(mediaHndl, &attribute);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "zvSdpMediaGetFirstAttribute returned error!  %s \r\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "zvSdpMediaGetFirstAttribute returned error!  %s \r\n",
+                 ZV_RC_TEXT(rc));
     while (attribute) {
         rc = zvSdpAttrIsPtime(attribute, present);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
         if (*present == 1)
             return ZVSDP_RC_OK;
         rc = zvSdpMediaGetNextAttribute(mediaHndl, attribute, &attribute);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     }
     return ZVSDP_RC_OK;
 }
@@ -264,14 +185,12 @@ ZVSDP_API uint32_t zvSdpMediaAddAttrSilenceSupp(CMedia *mediaHndl, uint32_t enab
                                                 uint32_t preference, uint32_t sidUse, uint32_t fixedNoiseLevel,
                                                 CAttribute **attrHndl)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!mediaHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaHndl=%p", vp(mediaHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaHndl));
+    // The out handle is null after every failure, the early ones included.
     if (attrHndl)
         *attrHndl = nullptr;
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!mediaHndl, "Invalid parameter detected: mediaHndl=%p", vp(mediaHndl));
+    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(mediaHndl));
     dynstr_t text = nullptr;
     if (enable == 0) {
         text = dynstr_fromstr(g_apiDynstrPool, "off - - - -");
@@ -300,14 +219,8 @@ ZVSDP_API uint32_t zvSdpMediaAddAttrSilenceSupp(CMedia *mediaHndl, uint32_t enab
 
 ZVSDP_API uint32_t zvSdpMediaIsSilenceSuppressionEnabled(CSdp *sdpHndl, uint32_t *result)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD(kModApi, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!sdpHndl || !result) {
-        ZV_LOGD(kModApi, "Invalid Parameters detected : %p ", vp(sdpHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!sdpHndl || !result, "Invalid Parameters detected : %p ", vp(sdpHndl));
     *result = 0;
     // One byte more than the size handed out: the value copy terminates after
     // the full size. The size is deliberately not reset between attributes.
@@ -315,17 +228,11 @@ ZVSDP_API uint32_t zvSdpMediaIsSilenceSuppressionEnabled(CSdp *sdpHndl, uint32_t
     uint32_t size = 64;
     CMedia *media = nullptr;
     uint32_t rc = zvSdpGetFirstMediaDescriptor(sdpHndl, &media);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     while (media) {
         CAttribute *attribute = nullptr;
         rc = zvSdpMediaGetFirstAttribute(media, &attribute);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGE(kModApi, "zvSdpMediaGetFirstAttribute returned error! \r\n");
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "zvSdpMediaGetFirstAttribute returned error! \r\n");
         while (attribute) {
             uint32_t isSilenceSupp = 0;
             rc = zvSdpAttrIsSilenceSupp(attribute, &isSilenceSupp);
@@ -353,10 +260,7 @@ ZVSDP_API uint32_t zvSdpMediaIsSilenceSuppressionEnabled(CSdp *sdpHndl, uint32_t
             }
         }
         rc = zvSdpGetNextMediaDescriptor(sdpHndl, media, &media);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     }
     return ZVSDP_RC_OK;
 }

@@ -9,6 +9,15 @@ namespace {
 
 enum class RowKind { Static, Dynamic, Any };
 
+// The media's first payload of that number, or NULL.
+CPayload *payloadOfType(CMedia *media, uint32_t payloadType)
+{
+    for (CPayload *p = zvSdpMediaObjGetPayload(media, nullptr); p; p = zvSdpMediaObjGetPayload(media, p))
+        if (zvSdpPayloadObjGetPayloadType(p) == payloadType)
+            return p;
+    return nullptr;
+}
+
 const ZvSdpCodecEntry *findRow(uint32_t payloadType, RowKind kind)
 {
     for (const ZvSdpCodecEntry &row : zvSdpCodecTable) {
@@ -37,10 +46,7 @@ uint32_t addFromRow(CMedia *media, uint32_t payloadType, const ZvSdpCodecEntry &
 uint32_t addTablePayload(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHndl, bool dynamic,
                          const char *function)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGD_AS(kModApi, function, "API not initialised!");
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGD_AS, kModApi, function, "API not initialised!");
     if (!mediaObj) {
         if (dynamic)
             ZV_LOGD_AS(kModApi, function, "Invalid parameter detected: mediaObj=%p ; &ptHndl=%p", vp(mediaObj),
@@ -51,7 +57,7 @@ uint32_t addTablePayload(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHn
     }
     if (ptHndl)
         *ptHndl = nullptr;
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
+    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(mediaObj));
     const ZvSdpCodecEntry *row = findRow(payloadType, dynamic ? RowKind::Dynamic : RowKind::Static);
     if (!row) {
         if (dynamic)
@@ -69,60 +75,42 @@ uint32_t addTablePayload(CMedia *mediaObj, uint32_t payloadType, CPayload **ptHn
 
 extern "C" {
 
-ZVSDP_API uint32_t zvSdpMediaIsSupported(CMedia *mediaObj, uint32_t *val)
-{
-    ZV_GUARD_INIT();
-    if (!mediaObj || !val) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, val=%p", vp(mediaObj), vp(val));
-        return ZVSDP_RC_INVALID;
-    }
-    *val = zvSdpMediaObjIsSupported(mediaObj);
-    return ZVSDP_RC_OK;
-}
+ZV_CHECKED_GET(zvSdpMediaIsSupported, CMedia, uint32_t, zvSdpMediaObjIsSupported, ZV_RETURN_IF_NOT_STARTED,
+               "Invalid parameter detected: mediaObj=%p, val=%p")
+ZV_CHECKED_GET(zvSdpMediaGetMediaType, CMedia, ZvSdpMediaType, zvSdpMediaObjGetMediaType, ZV_RETURN_IF_NOT_STARTED,
+               "Invalid parameter detected: mediaObj=%p, &type=%p")
+ZV_CHECKED_GET(zvSdpMediaGetTransportProtocol, CMedia, ZvSdpTransportProtocol, zvSdpMediaObjGetTransport,
+               ZV_RETURN_IF_NOT_STARTED, "Invalid parameter detected: mediaObj=%p, &proto=%p")
+ZV_CHECKED_GET(zvSdpMediaGetPort, CMedia, uint32_t, zvSdpMediaObjGetPort, ZV_RETURN_IF_NOT_STARTED,
+               "Invalid parameter detected: objHndl=%p, port=%p")
+ZV_CHECKED_WALK(zvSdpMediaGetFirstPayload, zvSdpMediaGetNextPayload, CMedia, CPayload, zvSdpMediaObjGetPayload,
+                ZV_RETURN_IF_NOT_STARTED, "Invalid parameter detected: objHndl=%p, ptHndl=%p",
+                "Invalid parameter detected: objHndl=%p, ptHndl=%p, &nextPtHndl=%p")
+ZV_CHECKED_WALK(zvSdpMediaGetFirstAttribute, zvSdpMediaGetNextAttribute, CMedia, CAttribute, zvSdpMediaObjGetAttribute,
+                ZV_RETURN_IF_NOT_STARTED, "Invalid parameter detected: objHndl=%p, attrHndl=%p",
+                "Invalid parameter detected: objHndl=%p, attrHndl=%p, &nextAttrHndl=%p")
+ZV_CHECKED_REMOVE(zvSdpMediaRemovePayload, CMedia, CPayload, zvSdpMediaObjGetAccessRights, zvSdpMediaObjHasPayload,
+                  zvSdpMediaObjRemovePayload, ZV_RETURN_IF_NOT_STARTED,
+                  "Invalid parameter detected: objHndl=%p, &ptHndl=%p, ptHndl=%p")
+ZV_CHECKED_REMOVE(zvSdpMediaRemoveAttribute, CMedia, CAttribute, zvSdpMediaObjGetAccessRights,
+                  zvSdpMediaObjHasAttribute, zvSdpMediaObjRemoveAttribute, ZV_RETURN_IF_NOT_STARTED,
+                  "Invalid parameter detected: objHndl=%p, &attrHndl=%p, attrHndl=%p")
 
 ZVSDP_API uint32_t zvSdpMediaMarkUnsupported(CMedia *mediaObj)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p", vp(mediaObj));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj, "Invalid parameter detected: mediaObj=%p", vp(mediaObj));
+    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(mediaObj));
     // Port 0 is how offer/answer marks a rejected stream.
     zvSdpMediaObjSetPort(mediaObj, 0);
     zvSdpMediaObjSetSupported(mediaObj, 0);
     return ZVSDP_RC_OK;
 }
 
-ZVSDP_API uint32_t zvSdpMediaGetMediaType(CMedia *mediaObj, ZvSdpMediaType *type)
-{
-    ZV_GUARD_INIT();
-    if (!mediaObj || !type) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, &type=%p", vp(mediaObj), vp(type));
-        return ZVSDP_RC_INVALID;
-    }
-    *type = static_cast<ZvSdpMediaType>(zvSdpMediaObjGetMediaType(mediaObj));
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaGetTransportProtocol(CMedia *mediaObj, ZvSdpTransportProtocol *proto)
-{
-    ZV_GUARD_INIT();
-    if (!mediaObj || !proto) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, &proto=%p", vp(mediaObj), vp(proto));
-        return ZVSDP_RC_INVALID;
-    }
-    *proto = static_cast<ZvSdpTransportProtocol>(zvSdpMediaObjGetTransport(mediaObj));
-    return ZVSDP_RC_OK;
-}
-
 ZVSDP_API uint32_t zvSdpMediaSetPort(CMedia *objHndl, uint32_t port)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p", vp(objHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl, "Invalid parameter detected: objHndl=%p", vp(objHndl));
     // A rejected stream keeps port 0: nothing sets it supported again.
     if (!zvSdpMediaObjIsSupported(objHndl) || zvSdpMediaObjGetAccessRights(objHndl) == ZVSDP_READ_ONLY)
         return ZVSDP_RC_NOT_ALLOWED;
@@ -130,148 +118,46 @@ ZVSDP_API uint32_t zvSdpMediaSetPort(CMedia *objHndl, uint32_t port)
     return ZVSDP_RC_OK;
 }
 
-ZVSDP_API uint32_t zvSdpMediaGetPort(CMedia *objHndl, uint32_t *port)
-{
-    ZV_GUARD_INIT();
-    if (!objHndl || !port) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, port=%p", vp(objHndl), vp(port));
-        return ZVSDP_RC_INVALID;
-    }
-    *port = zvSdpMediaObjGetPort(objHndl);
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaGetFirstPayload(CMedia *objHndl, CPayload **ptHndl)
-{
-    ZV_GUARD_INIT();
-    if (!objHndl || !ptHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, ptHndl=%p", vp(objHndl), vp(ptHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    *ptHndl = zvSdpMediaObjGetPayload(objHndl, nullptr);
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaGetNextPayload(CMedia *objHndl, CPayload *ptHndl, CPayload **nextPtHndl)
-{
-    ZV_GUARD_INIT();
-    if (!objHndl || !ptHndl || !nextPtHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, ptHndl=%p, &nextPtHndl=%p", vp(objHndl),
-                vp(ptHndl), vp(nextPtHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    *nextPtHndl = zvSdpMediaObjGetPayload(objHndl, ptHndl);
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaRemovePayload(CMedia *objHndl, CPayload **ptHndl)
-{
-    ZV_GUARD_INIT();
-    if (!objHndl || !ptHndl || !*ptHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &ptHndl=%p, ptHndl=%p", vp(objHndl), vp(ptHndl),
-                vp(ptHndl ? *ptHndl : nullptr));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(objHndl));
-    if (!zvSdpMediaObjHasPayload(objHndl, *ptHndl))
-        return ZVSDP_RC_INVALID;
-    zvSdpMediaObjRemovePayload(objHndl, *ptHndl);
-    *ptHndl = nullptr;
-    return ZVSDP_RC_OK;
-}
-
 ZVSDP_API uint32_t zvSdpMediaAddAttribute(CMedia *mediaObj, const char *name, const char *value,
                                           CAttribute **attrHndl)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !name) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, name=%p", vp(mediaObj), vp(name));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !name, "Invalid parameter detected: mediaObj=%p, name=%p", vp(mediaObj),
+                         vp(name));
     if (attrHndl)
         *attrHndl = nullptr;
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
-    CAttribute *attribute = zvSdpAttrObjConstruct(name, value);
-    if (!attribute) {
-        zvSdpAttrObjDestruct(attribute);
-        return ZVSDP_RC_NO_RESOURCE;
+    // The rights test, the construction and the append are one operation on
+    // the media.
+    ClassLock mediaLock(g_mediaModule);
+    ZV_RETURN_IF_READ_ONLY(mediaObj->rights);
+    CAttribute *attribute;
+    {
+        ClassLock attributeLock(g_attrModule);
+        attribute = attrConstructChecked(name, value);
     }
-    zvSdpMediaObjAddAttribute(mediaObj, attribute);
+    if (!attribute)
+        return ZVSDP_RC_NO_RESOURCE;
+    mediaAddAttribute(mediaObj, attribute);
     if (attrHndl)
         *attrHndl = attribute;
     return ZVSDP_RC_OK;
 }
 
-ZVSDP_API uint32_t zvSdpMediaRemoveAttribute(CMedia *objHndl, CAttribute **attrHndl)
-{
-    ZV_GUARD_INIT();
-    if (!objHndl || !attrHndl || !*attrHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, &attrHndl=%p, attrHndl=%p", vp(objHndl),
-                vp(attrHndl), vp(attrHndl ? *attrHndl : nullptr));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(objHndl));
-    if (!zvSdpMediaObjHasAttribute(objHndl, *attrHndl))
-        return ZVSDP_RC_INVALID;
-    zvSdpMediaObjRemoveAttribute(objHndl, *attrHndl);
-    *attrHndl = nullptr;
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaGetFirstAttribute(CMedia *objHndl, CAttribute **attrHndl)
-{
-    ZV_GUARD_INIT();
-    if (!objHndl || !attrHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, attrHndl=%p", vp(objHndl), vp(attrHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    *attrHndl = zvSdpMediaObjGetAttribute(objHndl, nullptr);
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpMediaGetNextAttribute(CMedia *objHndl, CAttribute *attrHndl, CAttribute **nextAttrHndl)
-{
-    ZV_GUARD_INIT();
-    if (!objHndl || !attrHndl || !nextAttrHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: objHndl=%p, attrHndl=%p, &nextAttrHndl=%p", vp(objHndl),
-                vp(attrHndl), vp(nextAttrHndl));
-        return ZVSDP_RC_INVALID;
-    }
-    *nextAttrHndl = zvSdpMediaObjGetAttribute(objHndl, attrHndl);
-    return ZVSDP_RC_OK;
-}
-
 ZVSDP_API uint32_t zvSdpMediaGetPayloadFromPayloadType(CMedia *mediaObj, uint32_t payloadType, CPayload **retval)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !retval) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, &retval=%p", vp(mediaObj), vp(retval));
-        return ZVSDP_RC_INVALID;
-    }
-    *retval = nullptr;
-    for (CPayload *p = zvSdpMediaObjGetPayload(mediaObj, nullptr); p; p = zvSdpMediaObjGetPayload(mediaObj, p)) {
-        if (zvSdpPayloadObjGetPayloadType(p) == payloadType) {
-            *retval = p;
-            break;
-        }
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !retval, "Invalid parameter detected: mediaObj=%p, &retval=%p", vp(mediaObj),
+                         vp(retval));
+    *retval = payloadOfType(mediaObj, payloadType);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaPayloadTypeExists(CMedia *mediaObj, uint32_t payloadType, uint32_t *retval)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !retval) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, &retval=%p", vp(mediaObj), vp(retval));
-        return ZVSDP_RC_INVALID;
-    }
-    *retval = 0;
-    for (CPayload *p = zvSdpMediaObjGetPayload(mediaObj, nullptr); p; p = zvSdpMediaObjGetPayload(mediaObj, p)) {
-        if (zvSdpPayloadObjGetPayloadType(p) == payloadType) {
-            *retval = 1;
-            break;
-        }
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !retval, "Invalid parameter detected: mediaObj=%p, &retval=%p", vp(mediaObj),
+                         vp(retval));
+    *retval = payloadOfType(mediaObj, payloadType) ? 1 : 0;
     return ZVSDP_RC_OK;
 }
 
@@ -300,19 +186,16 @@ ZVSDP_API uint32_t zvSdpMediaAddPayloadFromPayloadType(CMedia *mediaObj, uint32_
 ZVSDP_API uint32_t zvSdpMediaAddDynamicPayloadBasedOnName(CMedia *mediaObj, const char *encodingName,
                                                           CPayload **ptHndl)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p ; &ptHndl=%p", vp(mediaObj), vp(ptHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj, "Invalid parameter detected: mediaObj=%p ; &ptHndl=%p", vp(mediaObj), vp(ptHndl));
     if (ptHndl)
         *ptHndl = nullptr;
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
+    ZV_RETURN_IF_READ_ONLY(zvSdpMediaObjGetAccessRights(mediaObj));
     if (!encodingName)
         return ZVSDP_RC_INVALID;
     // Static rows count too, and the first row of a name wins.
     for (const ZvSdpCodecEntry &row : zvSdpCodecTable)
-        if (strcmp(row.encodingName, encodingName) == 0)
+        if (sameCodecName(row.encodingName, encodingName))
             return addFromRow(mediaObj, row.payloadType, row, ptHndl);
     return ZVSDP_RC_INVALID;
 }
@@ -320,38 +203,33 @@ ZVSDP_API uint32_t zvSdpMediaAddDynamicPayloadBasedOnName(CMedia *mediaObj, cons
 ZVSDP_API uint32_t zvSdpMediaAddPayload(CMedia *mediaObj, uint32_t payloadType, const char *encodingName,
                                         uint32_t clockRate, uint32_t channels, const char *fmtp, CPayload **ptHndl)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !encodingName || !*encodingName) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, name=%p", vp(mediaObj), vp(encodingName));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !encodingName || !*encodingName,
+                         "Invalid parameter detected: mediaObj=%p, name=%p", vp(mediaObj), vp(encodingName));
     if (ptHndl)
         *ptHndl = nullptr;
-    ZV_GUARD_WRITABLE(zvSdpMediaObjGetAccessRights(mediaObj));
-    CPayload *payload = zvSdpPayloadObjConstructEx(payloadType, encodingName, clockRate, channels);
-    if (!payload) {
-        zvSdpPayloadObjDestruct(payload);
+    // The rights test, the construction, the append and the fmtp are one
+    // operation on the media and its new payload.
+    ClassLock mediaLock(g_mediaModule);
+    ZV_RETURN_IF_READ_ONLY(mediaObj->rights);
+    ClassLock payloadLock(g_payloadModule);
+    CPayload *payload = payloadConstructEx(payloadType, encodingName, clockRate, channels);
+    if (!payload)
         return ZVSDP_RC_NO_RESOURCE;
-    }
-    zvSdpMediaObjAddPayload(mediaObj, payload);
+    mediaAddPayload(mediaObj, payload);
     if (ptHndl)
         *ptHndl = payload;
     if (fmtp)
-        zvSdpPayloadObjSetFmtp(payload, fmtp);
+        payloadSetFmtp(payload, fmtp);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpMediaGetFirstSupportedPayload(CMedia *mediaObj, const char *const *names, uint32_t count,
                                                       CPayload **ptHndl)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGC(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!mediaObj || !names || count == 0 || !ptHndl) {
-        ZV_LOGE(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGC, kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
+    ZV_RETURN_IF(!mediaObj || !names || count == 0 || !ptHndl, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "%s\n",
+                 ZV_RC_TEXT(ZVSDP_RC_INVALID));
     *ptHndl = nullptr;
     // The media's order decides, not the order of the names.
     for (CPayload *p = zvSdpMediaObjGetPayload(mediaObj, nullptr); p; p = zvSdpMediaObjGetPayload(mediaObj, p)) {
@@ -368,14 +246,8 @@ ZVSDP_API uint32_t zvSdpMediaGetFirstSupportedPayload(CMedia *mediaObj, const ch
 
 ZVSDP_API uint32_t zvSdpMediaSortPayloads(CMedia *mediaObj, void *sortArg, ZvSdpPayloadCompareFn compare)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGC(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!mediaObj || !compare) {
-        ZV_LOGE(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGC, kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
+    ZV_RETURN_IF(!mediaObj || !compare, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
     // Sorting is no change of content: read-only media may be sorted, and
     // the sort's own result is not reported.
     (void)zvSdpMediaObjSortPayloads(mediaObj, sortArg, compare);
@@ -384,14 +256,8 @@ ZVSDP_API uint32_t zvSdpMediaSortPayloads(CMedia *mediaObj, void *sortArg, ZvSdp
 
 ZVSDP_API uint32_t zvSdpFindMedia(CSdp *sdpObj, ZvSdpMediaType mediaType, uint32_t supported, CMedia **mediaObj)
 {
-    if (!g_apiInitialised) {
-        ZV_LOGC(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
-        return ZVSDP_RC_NOT_ALLOWED;
-    }
-    if (!sdpObj || !mediaObj) {
-        ZV_LOGE(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!g_apiInitialised, ZVSDP_RC_NOT_ALLOWED, ZV_LOGC, kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_NOT_ALLOWED));
+    ZV_RETURN_IF(!sdpObj || !mediaObj, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
     *mediaObj = nullptr;
     CMedia *media = nullptr;
     uint32_t rc = zvSdpGetFirstMediaDescriptor(sdpObj, &media);

@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "fmtp_parameter.h"
 #include "guard.h"
 
 using namespace zv;
@@ -26,23 +27,14 @@ extern "C" {
 
 ZVSDP_API uint32_t zvSdpMediaAddCdscCparAttributes(CMedia **hMedia, uint32_t addT38)
 {
-    ZV_GUARD_INIT();
-    if (!hMedia) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: hMedia = %p", vp(hMedia));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!hMedia, "Invalid parameter detected: hMedia = %p", vp(hMedia));
     CMedia *media = *hMedia;
     uint32_t rc = zvSdpMediaAddAttribute(media, "sqn", " 0", nullptr);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     ZvSdpMediaType type = ZVSDP_MT_UNKNOWN;
     rc = zvSdpMediaGetMediaType(media, &type);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     // Other media keep their "sqn" and get nothing more.
     if (type != ZVSDP_MT_AUDIO && type != ZVSDP_MT_VIDEO)
         return ZVSDP_RC_OK;
@@ -66,10 +58,7 @@ ZVSDP_API uint32_t zvSdpMediaAddCdscCparAttributes(CMedia **hMedia, uint32_t add
         zvSdpMediaGetNextPayload(media, payload, &payload);
     }
     rc = zvSdpMediaAddAttribute(media, "cdsc", capability, nullptr);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
 
     char written[kValueLimit + 1] = {0};
     zvSdpMediaGetFirstPayload(media, &payload);
@@ -82,18 +71,11 @@ ZVSDP_API uint32_t zvSdpMediaAddCdscCparAttributes(CMedia **hMedia, uint32_t add
         snprintf(piece, sizeof piece, " %d", static_cast<int>(number));
         if (!strstr(written, piece)) {
             appendBounded(written, piece);
-            char fmtp[128];
-            uint32_t fmtpLength = sizeof fmtp;
-            zvSdpPayloadGetFmtp(payload, fmtp, &fmtpLength);
-            if (fmtpLength != 0) {
-                char parameter[256];
-                snprintf(parameter, sizeof parameter, "%u %s", number, fmtp);
+            char parameter[256];
+            if (fmtpParameter(payload, number, parameter)) {
                 appendBounded(line, parameter);
                 rc = zvSdpMediaAddAttribute(media, "cpar", line, nullptr);
-                if (rc != ZVSDP_RC_OK) {
-                    ZV_LOGD(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-                    return rc;
-                }
+                ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
             }
         }
         zvSdpMediaGetNextPayload(media, payload, &payload);
@@ -103,26 +85,17 @@ ZVSDP_API uint32_t zvSdpMediaAddCdscCparAttributes(CMedia **hMedia, uint32_t add
         return ZVSDP_RC_OK;
     snprintf(capability, sizeof capability, "%d image udptl t38", count + 1);
     rc = zvSdpMediaAddAttribute(media, "cdsc", capability, nullptr);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGE(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGE, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpRemoveCdscCparAttributes(CSdp *sdp)
 {
-    ZV_GUARD_INIT();
-    if (!sdp) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: zvSdp = %p", vp(sdp));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!sdp, "Invalid parameter detected: zvSdp = %p", vp(sdp));
     CMedia *media = nullptr;
     uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &media);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     uint32_t (*const tests[])(CAttribute *, uint32_t *) = {zvSdpAttrIsSqn, zvSdpAttrIsCdsc, zvSdpAttrIsCpar};
     while (media) {
         CAttribute *attribute = nullptr;
@@ -146,10 +119,7 @@ ZVSDP_API uint32_t zvSdpRemoveCdscCparAttributes(CSdp *sdp)
         if (rc != ZVSDP_RC_OK)
             ZV_LOGE(kModApi, "%s\n", ZV_RC_TEXT(rc));
         rc = zvSdpGetNextMediaDescriptor(sdp, media, &media);
-        if (rc != ZVSDP_RC_OK) {
-            ZV_LOGC(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-            return rc;
-        }
+        ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGC, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     }
     return ZVSDP_RC_OK;
 }

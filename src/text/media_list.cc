@@ -7,10 +7,10 @@ extern "C" {
 
 ZVSDP_API uint32_t zvSdpClearMedia(CSdp *sdp)
 {
-    ZV_GUARD_INIT_SILENT();
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
     if (!sdp)
         return ZVSDP_RC_INVALID;
-    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(sdp));
+    ZV_RETURN_IF_READ_ONLY(zvSdpObjGetAccessRights(sdp));
     while (CMedia *media = zvSdpObjGetMedia(sdp, nullptr))
         zvSdpObjRemoveMedia(sdp, media);
     return ZVSDP_RC_OK;
@@ -18,14 +18,11 @@ ZVSDP_API uint32_t zvSdpClearMedia(CSdp *sdp)
 
 ZVSDP_API uint32_t zvSdpAddMediaDescriptor(CSdp *sdp, uint32_t mediaType, uint32_t transport, CMedia **mediaObj)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!sdp) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: sdpObj=%p", vp(sdp));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!sdp, "Invalid parameter detected: sdpObj=%p", vp(sdp));
     if (mediaObj)
         *mediaObj = nullptr;
-    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(sdp));
+    ZV_RETURN_IF_READ_ONLY(zvSdpObjGetAccessRights(sdp));
     // The object constructor takes transport first.
     CMedia *media = zvSdpMediaObjConstruct(transport, mediaType);
     if (!media)
@@ -38,16 +35,11 @@ ZVSDP_API uint32_t zvSdpAddMediaDescriptor(CSdp *sdp, uint32_t mediaType, uint32
 
 ZVSDP_API uint32_t zvSdpRemoveMediaDescriptor(CSdp *sdp, CMedia **mediaObj)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!sdp || !mediaObj) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: sdpObj=%p, &mediaObj=%p", vp(sdp), vp(mediaObj));
-        return ZVSDP_RC_INVALID;
-    }
-    if (!*mediaObj) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=NULL");
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(sdp));
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!sdp || !mediaObj, "Invalid parameter detected: sdpObj=%p, &mediaObj=%p", vp(sdp),
+                         vp(mediaObj));
+    ZV_RETURN_INVALID_IF(!*mediaObj, "Invalid parameter detected: mediaObj=NULL");
+    ZV_RETURN_IF_READ_ONLY(zvSdpObjGetAccessRights(sdp));
     if (!zvSdpObjHasMedia(sdp, *mediaObj))
         return ZVSDP_RC_INVALID;
     zvSdpObjRemoveMedia(sdp, *mediaObj);
@@ -57,12 +49,9 @@ ZVSDP_API uint32_t zvSdpRemoveMediaDescriptor(CSdp *sdp, CMedia **mediaObj)
 
 ZVSDP_API uint32_t zvSdpRemoveMediaDescriptorByMediaType(CSdp *sdp, uint32_t mediaType, uint32_t mode)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!sdp) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: sdpObj=%p\r\n", vp(sdp));
-        return ZVSDP_RC_INVALID;
-    }
-    ZV_GUARD_WRITABLE(zvSdpObjGetAccessRights(sdp));
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!sdp, "Invalid parameter detected: sdpObj=%p\r\n", vp(sdp));
+    ZV_RETURN_IF_READ_ONLY(zvSdpObjGetAccessRights(sdp));
     // Mode 1 drops the type, mode 0 keeps only it, any other mode changes
     // nothing (the whole list is still walked).
     CMedia *previous = nullptr;
@@ -81,42 +70,17 @@ ZVSDP_API uint32_t zvSdpRemoveMediaDescriptorByMediaType(CSdp *sdp, uint32_t med
     return ZVSDP_RC_OK;
 }
 
-ZVSDP_API uint32_t zvSdpGetFirstMediaDescriptor(CSdp *sdp, CMedia **mediaObj)
-{
-    ZV_GUARD_INIT_SILENT();
-    if (!sdp || !mediaObj) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: sdpObj=%p, &mediaObj=%p", vp(sdp), vp(mediaObj));
-        return ZVSDP_RC_INVALID;
-    }
-    *mediaObj = zvSdpObjGetMedia(sdp, nullptr);
-    return ZVSDP_RC_OK;
-}
-
-ZVSDP_API uint32_t zvSdpGetNextMediaDescriptor(CSdp *sdp, CMedia *mediaObj, CMedia **nextObj)
-{
-    ZV_GUARD_INIT_SILENT();
-    if (!sdp || !mediaObj || !nextObj) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: sdpObj=%p, mediaObj=%p, &nextObj=%p", vp(sdp), vp(mediaObj),
-                vp(nextObj));
-        return ZVSDP_RC_INVALID;
-    }
-    *nextObj = zvSdpObjGetMedia(sdp, mediaObj);
-    return ZVSDP_RC_OK;
-}
+ZV_CHECKED_WALK(zvSdpGetFirstMediaDescriptor, zvSdpGetNextMediaDescriptor, CSdp, CMedia, zvSdpObjGetMedia,
+                ZV_RETURN_IF_NOT_STARTED_QUIETLY, "Invalid parameter detected: sdpObj=%p, &mediaObj=%p",
+                "Invalid parameter detected: sdpObj=%p, mediaObj=%p, &nextObj=%p")
 
 ZVSDP_API uint32_t zvSdpIsMediaDescriptorsListPresent(CSdp *sdp, uint32_t *present)
 {
-    if (!sdp || !present) {
-        ZV_LOGE(kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF(!sdp || !present, ZVSDP_RC_INVALID, ZV_LOGE, kModApi, "%s\n", ZV_RC_TEXT(ZVSDP_RC_INVALID));
     *present = 0;
     CMedia *first = nullptr;
     uint32_t rc = zvSdpGetFirstMediaDescriptor(sdp, &first);
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModApi, "%s\r\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModApi, "%s\r\n", ZV_RC_TEXT(rc));
     *present = first ? 1 : 0;
     return ZVSDP_RC_OK;
 }

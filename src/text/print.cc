@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "fmtp_parameter.h"
 #include "guard.h"
 #include "rvsdp.h"
 
@@ -51,14 +52,9 @@ void mirrorPayloads(RvSdpMsg *rvSdp, RvSdpMediaDescr *descr, CMedia *media)
             rvSdpAddRtpMap2(rvSdpMsgGetAllocator(rvSdp), descr, static_cast<int>(number), name,
                             static_cast<int>(clock), 0);
         }
-        char fmtp[128];
-        uint32_t fmtpLength = sizeof fmtp;
-        zvSdpPayloadGetFmtp(payload, fmtp, &fmtpLength);
-        if (fmtpLength != 0) {
-            char line[256];
-            snprintf(line, sizeof line, "%u %s", number, fmtp);
+        char line[256];
+        if (fmtpParameter(payload, number, line))
             rvSdpSpecialAttrAdd(rvSdpMsgGetAllocator(rvSdp), descr, RVSDP_SPEC_ATTR_FMTP, line, nullptr);
-        }
         zvSdpMediaGetNextPayload(media, payload, &payload);
     }
 }
@@ -87,48 +83,39 @@ extern "C" {
 
 ZVSDP_API uint32_t zvSdpToString(CSdp *sdpObj, char *streamBuffer, uint32_t *length)
 {
-    ZV_GUARD_INIT_SILENT();
-    if (!sdpObj || !streamBuffer || !length || *length == 0) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: sdpObj=%p, &streamBuffer=%p, &length=%p", vp(sdpObj),
-                vp(streamBuffer), vp(length));
-        return ZVSDP_RC_INVALID;
-    }
-    memset(streamBuffer, 0, *length);
+    ZV_RETURN_IF_NOT_STARTED_QUIETLY();
+    ZV_RETURN_INVALID_IF(!sdpObj || !streamBuffer || !length || *length == 0,
+                         "Invalid parameter detected: sdpObj=%p, &streamBuffer=%p, &length=%p", vp(sdpObj),
+                         vp(streamBuffer), vp(length));
+    // The session's print zero-fills whatever its text leaves of the buffer,
+    // which is all the clearing the buffer needs.
     zvSdpObjToString(sdpObj, streamBuffer, length);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpAppGetRvSdp(CSdp *objHndl, RvSdpMsg *rvSdp)
 {
-    ZV_GUARD_INIT();
-    if (!objHndl || !rvSdp) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: &objHndl=%p ; &rvSdp=%p", vp(objHndl), vp(rvSdp));
-        return ZVSDP_RC_INVALID;
-    }
-    char text[1024] = {0};
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!objHndl || !rvSdp, "Invalid parameter detected: &objHndl=%p ; &rvSdp=%p", vp(objHndl),
+                         vp(rvSdp));
+    // The print clears what its text leaves of the buffer.
+    char text[1024];
     uint32_t length = sizeof text;
     zvSdpObjToString(objHndl, text, &length);
-    if (length == 0) {
-        ZV_LOGC(kModApi, "zvSdpObjToString failed, invalid SDP construction!");
-        return ZVSDP_RC_EXTERNAL;
-    }
+    ZV_RETURN_IF(length == 0, ZVSDP_RC_EXTERNAL, ZV_LOGC, kModApi,
+                 "zvSdpObjToString failed, invalid SDP construction!");
     int status = 0;
     rvSdpMsgConstructParse(rvSdp, text, &length, &status);
     // Stricter than the string parser: a partly parsed text fails here.
-    if (status == RVSDP_PARSE_NOT_SDP || status == RVSDP_PARSE_PARTIAL) {
-        ZV_LOGC(kModApi, "rvSdpMsgConstructParse failed, invalid SDP message (parser error = %d)", status);
-        return ZVSDP_RC_EXTERNAL;
-    }
+    ZV_RETURN_IF(status == RVSDP_PARSE_NOT_SDP || status == RVSDP_PARSE_PARTIAL, ZVSDP_RC_EXTERNAL, ZV_LOGC, kModApi,
+                 "rvSdpMsgConstructParse failed, invalid SDP message (parser error = %d)", status);
     return ZVSDP_RC_OK;
 }
 
 ZVSDP_API uint32_t zvSdpRvMediaCopy(RvSdpMsg *rvSdp, CSdp *sdp)
 {
-    ZV_GUARD_INIT();
-    if (!rvSdp || !sdp) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: rvSdp=%p, zvSdp=%p", vp(rvSdp), vp(sdp));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!rvSdp || !sdp, "Invalid parameter detected: rvSdp=%p, zvSdp=%p", vp(rvSdp), vp(sdp));
     rvSdpListClear(rvSdpMsgGetMediaDescrList(rvSdp));
     CMedia *media = nullptr;
     zvSdpGetFirstMediaDescriptor(sdp, &media);
@@ -145,10 +132,7 @@ ZVSDP_API uint32_t zvSdpRvMediaCopy(RvSdpMsg *rvSdp, CSdp *sdp)
             (void)zvSdpMediaMarkUnsupported(media);
         // Port 0 always: the host fills in its own transport addresses.
         RvSdpMediaDescr *descr = rvSdpMsgAddMediaDescr(rvSdp, vendorType, 0, protocol);
-        if (!descr) {
-            ZV_LOGE(kModApi, "rvSdpMsgAddMediaDescr returned NULL\n");
-            return ZVSDP_RC_EXTERNAL;
-        }
+        ZV_RETURN_IF(!descr, ZVSDP_RC_EXTERNAL, ZV_LOGE, kModApi, "rvSdpMsgAddMediaDescr returned NULL\n");
         if (protocol == RVSDP_PROTOCOL_UDPTL)
             rvSdpAddTextToArray(descr, "t38");
         else
@@ -168,10 +152,8 @@ ZVSDP_API uint32_t zvSdpRvMediaCopy(RvSdpMsg *rvSdp, CSdp *sdp)
 ZVSDP_API uint32_t zvSdpRvMediaGetConnection(RvSdpMsg *rvSdp, RvSdpMediaDescr *rvMedia,
                                              RvSdpConnection **rvConnection)
 {
-    if (!rvSdp || !rvConnection) {
-        ZV_LOGD(kModApi, "Invalid parameter: rvSdp=%p, &rvConnection=%p", vp(rvSdp), vp(rvConnection));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_INVALID_IF(!rvSdp || !rvConnection, "Invalid parameter: rvSdp=%p, &rvConnection=%p", vp(rvSdp),
+                         vp(rvConnection));
     RvSdpConnection *connection = nullptr;
     if (rvMedia)
         connection = static_cast<RvSdpConnection *>(rvSdpListGetByIndex(rvSdpMediaDescrGetConnectionList(rvMedia), 0));
@@ -183,7 +165,7 @@ ZVSDP_API uint32_t zvSdpRvMediaGetConnection(RvSdpMsg *rvSdp, RvSdpMediaDescr *r
 
 ZVSDP_API uint32_t zvSdpGetRtpInfo(CSdp *sdp, CMedia *media, RtpInfo *info)
 {
-    ZV_GUARD_INIT();
+    ZV_RETURN_IF_NOT_STARTED();
     if (!sdp || !media || !info)
         return ZVSDP_RC_INVALID;
     info->packetsPerSecond = 0;

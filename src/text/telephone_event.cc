@@ -9,11 +9,9 @@ extern "C" {
 
 ZVSDP_API uint32_t zvSdpMediaAddTelephoneEvent(CMedia *mediaObj, CPayload **ptHndl)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !ptHndl) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p, ptHndl=%p", vp(mediaObj), vp(ptHndl));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !ptHndl, "Invalid parameter detected: mediaObj=%p, ptHndl=%p", vp(mediaObj),
+                         vp(ptHndl));
     // 96 is the 8000 Hz row of the table as shipped; a renumbering of that
     // row does not change this number.
     return zvSdpMediaAddDynamicPayload(mediaObj, ZVSDP_PT_NTE, ptHndl);
@@ -22,11 +20,9 @@ ZVSDP_API uint32_t zvSdpMediaAddTelephoneEvent(CMedia *mediaObj, CPayload **ptHn
 ZVSDP_API uint32_t zvSdpMediaIsTelephoneEventSupportedEx(CMedia *mediaObj, uint32_t *supported,
                                                          uint32_t *payloadType)
 {
-    ZV_GUARD_INIT();
-    if (!mediaObj || !supported) {
-        ZV_LOGD(kModApi, "Invalid parameter detected: mediaObj=%p ; supported=%p", vp(mediaObj), vp(supported));
-        return ZVSDP_RC_INVALID;
-    }
+    ZV_RETURN_IF_NOT_STARTED();
+    ZV_RETURN_INVALID_IF(!mediaObj || !supported, "Invalid parameter detected: mediaObj=%p ; supported=%p",
+                         vp(mediaObj), vp(supported));
     *supported = 0;
     CPayload *payload = nullptr;
     uint32_t rc = zvSdpMediaGetFirstPayload(mediaObj, &payload);
@@ -45,10 +41,7 @@ ZVSDP_API uint32_t zvSdpMediaIsTelephoneEventSupportedEx(CMedia *mediaObj, uint3
         }
         rc = zvSdpMediaGetNextPayload(mediaObj, payload, &payload);
     }
-    if (rc != ZVSDP_RC_OK) {
-        ZV_LOGD(kModApi, "%s\n", ZV_RC_TEXT(rc));
-        return rc;
-    }
+    ZV_RETURN_IF(rc != ZVSDP_RC_OK, rc, ZV_LOGD, kModApi, "%s\n", ZV_RC_TEXT(rc));
     return ZVSDP_RC_OK;
 }
 

@@ -82,9 +82,12 @@ TEST(RvSdpParse, TextEncodesBackAsItCameLessTheBadLines)
         {"v=0\nv=1\n"  // repeated, then six tokens needed, an unknown letter, r= before any t=
          "o=too few tokens\nx=unknown letter\nr=7d 1h 0 25h\nb=AS:lots\nb=AS:4294967296\nt=now later\n"
          "t=18446744073709551616 0\ngarbage\ns=kept\n"
-         "m=audio 70000 RTP/AVP 0\na=lost\n"  // port out of range: the whole section goes
+         "m=audio 70000 RTP/AVP 0\na=kept\n"  // port out of range: a rejected stream, kept in its place
          "m=audio 5004 RTP/AVP 0\ns=not in a media\nc=IN IP4\na=kept\na=:novalue\n",
-         RVSDP_PARSE_PARTIAL, "v=0\r\ns=kept\r\nm=audio 5004 RTP/AVP 0\r\na=kept\r\n"},
+         RVSDP_PARSE_PARTIAL,
+         "v=0\r\ns=kept\r\nm=audio 0 RTP/AVP 0\r\na=kept\r\nm=audio 5004 RTP/AVP 0\r\na=kept\r\n"},
+        {"m=audio x RTP/AVP 0\nm=video 5006/0 RTP/AVP 31\nm=audio 5004/2 RTP/AVP 8\n", RVSDP_PARSE_PARTIAL,
+         "m=audio 0 RTP/AVP 0\r\nm=video 0 RTP/AVP 31\r\nm=audio 5004/2 RTP/AVP 8\r\n"},
         {"v=0\n" + longLine + "\n" + maxLine + "\n", RVSDP_PARSE_PARTIAL, "v=0\r\n" + maxLine + "\r\n"},
         {formats + " 32 33\na=ptime:20\n", RVSDP_PARSE_PARTIAL, crlf(formats + "\na=ptime:20\n")},
         {media + "m=audio 1 RTP/AVP 0\na=lost\n", RVSDP_PARSE_PARTIAL, crlf(media)},
@@ -111,17 +114,34 @@ TEST(RvSdpParse, PayloadsRtpMapsAndFmtpWithMissingParts)
         got += std::to_string(rvSdpMediaDescrGetPayload(d, i)) + " ";
     EXPECT_EQ("0 8 127 7 -3 -3 -3 -1 ", got);  // -3: signed or above 999999999, -1: no such format
     EXPECT_STREQ("1234567890", rvSdpMediaDescrGetFormat(d, 6));
-    got.clear();
-    for (size_t i = 0; i < rvSdpGetNumOfSpecialAttr(d, RVSDP_SPEC_ATTR_RTPMAP); ++i) {
-        RvSdpRtpMap *r = rvSdpGetSpecialAttr(d, i, RVSDP_SPEC_ATTR_RTPMAP);
-        const char *name = rvSdpRtpMapGetEncodingName(r);
-        got += std::to_string(rvSdpRtpMapGetPayload(r)) + " " + (name ? name : "NULL") + "/" +
-               std::to_string(rvSdpRtpMapGetClockRate(r)) + "/" + std::to_string(rvSdpRtpMapGetChannels(r)) + ", ";
-    }
-    EXPECT_EQ("96 AMR/8000/1, 97 opus/48000/2, 98 foo/-1/0, 99 L16/16000/0, -1 bad/-1/0, -1 NULL/-1/0, ", got);
+    auto rtpmaps = [](const RvSdpMediaDescr *media) {
+        std::string out;
+        for (size_t i = 0; i < rvSdpGetNumOfSpecialAttr(media, RVSDP_SPEC_ATTR_RTPMAP); ++i) {
+            RvSdpRtpMap *r = rvSdpGetSpecialAttr(media, i, RVSDP_SPEC_ATTR_RTPMAP);
+            const char *name = rvSdpRtpMapGetEncodingName(r);
+            out += std::to_string(rvSdpRtpMapGetPayload(r)) + " " + (name ? name : "NULL") + "/" +
+                   std::to_string(rvSdpRtpMapGetClockRate(r)) + "/" + std::to_string(rvSdpRtpMapGetChannels(r)) + ", ";
+        }
+        return out;
+    };
+    EXPECT_EQ("96 AMR/8000/1, 97 opus/48000/2, 98 foo/-1/0, 99 L16/16000/0, -1 bad/-1/0, -1 NULL/-1/0, ", rtpmaps(d));
     RvSdpAttribute *bare = rvSdpGetSpecialAttr(d, 1, RVSDP_SPEC_ATTR_FMTP);  // still reads as text
     EXPECT_STREQ("", rvSdpSpecAttrGetValue(bare));
     EXPECT_EQ(nullptr, rvSdpAttributeGetValue(bare));
+
+    // Blanks, zeros, extra slashes and names longer than a word: each piece
+    // is read whole, blanks cut only from its end (none from the payload's).
+    std::string odd = "m=audio 5004 RTP/AVP 96\n";
+    for (const char *value : {"0096 a/0008000/01", "96\tPCMU\t/ 8000", "96 PCMU/8000 /2 ", "96  telephone-event/8000/1/2",
+                              "1234567890 X/1234567890/0", "999999999 telephone-event-long/999999999", "96 a b/8 0/ 1",
+                              "96 x//", "96 /8000/1", "96 very-long-encoding-name", "96 very-long-encoding-name/",
+                              "96 PCMU/8000\t"})
+        odd += std::string("a=rtpmap:") + value + "\n";
+    Parsed q(odd);
+    EXPECT_EQ("96 a/8000/1, 96 PCMU/-1/0, 96 PCMU/8000/2, 96 telephone-event/8000/0, -1 X/-1/0, "
+              "999999999 telephone-event-long/999999999/0, 96 a b/-1/0, 96 x/-1/0, 96 NULL/8000/1, "
+              "96 very-long-encoding-name/-1/0, 96 very-long-encoding-name/-1/0, 96 PCMU/8000/0, ",
+              rtpmaps(rvSdpMsgGetMediaDescr(&q.msg, 0)));
 }
 
 TEST(RvSdpParse, NotSdpGivenLengthAndBadArguments)
@@ -187,6 +207,13 @@ TEST(RvSdpBuild, MirrorEncodesWholeOrNotAtAllBuildersRefuseWhatWouldNotParseBack
     for (int i = 2; i < RVSDP_MAX_FORMATS - 1; ++i)
         mline += " " + std::to_string(i);
     EXPECT_EQ(mline + " t38 0\r\na=rtpmap:", encode(&m).substr(0, mline.size() + 17));
+    std::string forward = "m=audio 0 RTP/AVP", backward;  // reads by index after the removals
+    for (int i = 0; i < rvSdpMediaDescrGetNumOfPayloads(audio); ++i)
+        forward += std::string(" ") + rvSdpMediaDescrGetFormat(audio, i);
+    for (int i = rvSdpMediaDescrGetNumOfPayloads(audio); i-- > 0;)
+        backward = std::string(" ") + rvSdpMediaDescrGetFormat(audio, i) + backward;
+    EXPECT_EQ(mline + " t38 0", forward);
+    EXPECT_EQ(forward, "m=audio 0 RTP/AVP" + backward);
     while (rvSdpMsgGetNumOfMediaDescr(&m) < RVSDP_MAX_MEDIA)
         ASSERT_NE(nullptr, rvSdpMsgAddMediaDescr(&m, RVSDP_MEDIATYPE_AUDIO, 1, RVSDP_PROTOCOL_RTP));
     EXPECT_EQ(nullptr, rvSdpMsgAddMediaDescr(&m, RVSDP_MEDIATYPE_AUDIO, 1, RVSDP_PROTOCOL_RTP));

@@ -9,14 +9,20 @@ std::mutex g_mutex;
 std::vector<zvtest::SyslogLine> g_lines;
 bool g_echo = false;
 
+// Whole lines, however long: the tests check that nothing is cut.
 void capture(int priority, const char *fmt, va_list ap)
 {
-    char buf[4096];
-    vsnprintf(buf, sizeof buf, fmt, ap);
+    va_list again;
+    va_copy(again, ap);
+    int length = vsnprintf(nullptr, 0, fmt, ap);
+    std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
+    if (length > 0)
+        vsnprintf(&text[0], text.size() + 1, fmt, again);
+    va_end(again);
     std::lock_guard<std::mutex> lock(g_mutex);
-    g_lines.push_back({priority, buf});
+    g_lines.push_back({priority, text});
     if (g_echo)
-        fprintf(stderr, "syslog(%d): %s\n", priority, buf);
+        fprintf(stderr, "syslog(%d): %s\n", priority, text.c_str());
 }
 }  // namespace
 

@@ -50,13 +50,7 @@ check rfc3264-t38 0 "$ex/t38-offer.rfc3264" "$tool" answer --rfc3264 "$ex/t38-of
 check rfc3264-stdin 0 "$ex/offer.rfc3264" sh -c "'$tool' answer --rfc3264 - '$ex/local.sdp' < '$ex/offer.sdp'"
 check parse 0 "$ex/offer.parsed" "$tool" parse "$ex/offer.sdp"
 check mirror 0 "$ex/offer.mirror" "$tool" mirror "$ex/offer.sdp"
-check codecs 0 "" "$tool" codecs
-
-is_get_reply() { # name: the 14 members of the get reply in $tmp/out
-    if [ "$(grep -c '"telephone-event"' "$tmp/out")" != 2 ] || [ "$(grep -c payloadType "$tmp/out")" != 14 ]; then
-        echo "FAIL $1: not the 14 members of the get reply"; failed=$((failed + 1))
-    fi
-}
+check codecs 0 "$ex/codecs.txt" "$tool" codecs
 
 # Waits up to 5 s for a command to succeed.
 await() {
@@ -65,8 +59,7 @@ await() {
 }
 
 if [ "$bus" = bundled ]; then
-    check codecs-json 0 "" "$tool" codecs --json
-    is_get_reply codecs-json
+    check codecs-json 0 "$ex/codecs.json" "$tool" codecs --json
     check serve-bundled 1 "" "$tool" serve
     stderr_is serve-bundled-message "zvsdp: serve: built with the bundled libubus, which reaches no bus daemon"
 else
@@ -83,8 +76,7 @@ if [ "$bus" = system ] && [ -n "${ZVSDP_TEST_UBUSD:-}" ] && [ -n "${ZVSDP_TEST_U
     if await "$ZVSDP_TEST_UBUS" -s "$sock" list zvpbx.media.codec; then passed=$((passed + 1)); else
         echo "FAIL serve: the object never appeared"; cat "$tmp/serve.out"; failed=$((failed + 1)); fi
     check serve-parse 0 "$ex/offer.parsed" "$tool" parse "$ex/offer.sdp"
-    check codecs-json-bus 0 "" "$tool" codecs --json -s "$sock"
-    is_get_reply codecs-json-bus
+    check codecs-json-bus 0 "$ex/codecs.json" "$tool" codecs --json -s "$sock"
     "$ZVSDP_TEST_UBUS" -s "$sock" call zvpbx.media.codec get >"$tmp/client.json"
     if diff -u "$tmp/client.json" "$tmp/out"; then passed=$((passed + 1)); else
         echo "FAIL codecs-json-bus: not what the ubus client prints"; failed=$((failed + 1)); fi
