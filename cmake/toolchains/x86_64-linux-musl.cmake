@@ -1,12 +1,13 @@
 # x86-64 on musl, the small C library nearest to the gateways' uClibc that
-# Debian packages: musl-tools' specs file points gcc at musl's headers, start
-# files, libc.so and dynamic loader (/lib/ld-musl-x86_64.so.1). The programs
+# Debian packages: musl-tools' musl-gcc wrapper runs gcc on musl's headers,
+# start files, libc.so and dynamic loader (/lib/ld-musl-x86_64.so.1). The programs
 # run on the build machine as they are, no emulator. Use with
 #   cmake -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/x86_64-linux-musl.cmake ...
 #
 # Debian builds no C++ library for musl, and the libraries need none: they
 # include only C headers and use no piece of the C++ runtime. So gcc, not g++,
-# drives the C++ compiler: it compiles .cc files as C++ but links neither
+# drives the C++ compiler (the wrapper runs gcc for both languages): it
+# compiles .cc files as C++ but links neither
 # libstdc++ nor libsupc++, whose glibc builds would bring glibc code in. Code
 # that comes to need a runtime symbol (operator new, __cxa_*) fails to link
 # (-z defs) instead of running glibc's copy on musl.
@@ -14,15 +15,13 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
 set(ZVSDP_MUSL_TRIPLE x86_64-linux-musl)
-set(ZVSDP_MUSL_SPECS /usr/lib/${ZVSDP_MUSL_TRIPLE}/musl-gcc.specs)
-if(NOT EXISTS ${ZVSDP_MUSL_SPECS})
-  message(FATAL_ERROR "${ZVSDP_MUSL_SPECS} is missing: apt-get install musl-tools")
+find_program(ZVSDP_MUSL_GCC musl-gcc)
+if(NOT ZVSDP_MUSL_GCC)
+  message(FATAL_ERROR "musl-gcc is missing: apt-get install musl-tools")
 endif()
 
-set(CMAKE_C_COMPILER gcc)
-set(CMAKE_CXX_COMPILER gcc)
-set(CMAKE_C_FLAGS_INIT "-specs=${ZVSDP_MUSL_SPECS}")
-set(CMAKE_CXX_FLAGS_INIT "-specs=${ZVSDP_MUSL_SPECS}")
+set(CMAKE_C_COMPILER ${ZVSDP_MUSL_GCC})
+set(CMAKE_CXX_COMPILER ${ZVSDP_MUSL_GCC})
 
 # Nothing of the build machine's glibc world may be found: libraries and
 # packages are looked for only under musl's folder (and under the prefixes of
