@@ -30,32 +30,28 @@ struct CodeMap {
     uint32_t value;
 };
 
+// Looks `code` up in the first `rows` rows of the map.
 template <size_t N>
-bool mapped(const CodeMap (&map)[N], int code, uint32_t *value)
+bool mapped(const CodeMap (&map)[N], int code, uint32_t *value, size_t rows = N)
 {
-    for (const CodeMap &m : map)
-        if (m.code == code) {
-            *value = m.value;
+    for (size_t i = 0; i < rows && i < N; ++i)
+        if (map[i].code == code) {
+            *value = map[i].value;
             return true;
         }
     return false;
 }
 
-// The string parser knows only RTP/AVP, but recognises three more
-// transports so that it can refuse the whole text for them.
-constexpr CodeMap kTextTransports[] = {
-    {RVSDP_PROTOCOL_RTP, ZVSDP_TP_RTPAVP},
-    {RVSDP_PROTOCOL_UDP, ZVSDP_TP_UDP},
-    {RVSDP_PROTOCOL_UDPTL, ZVSDP_TP_UDPTL},
-    {RVSDP_PROTOCOL_TCP, ZVSDP_TP_TCP},
-};
-
-// The copy knows one more transport but fewer media types.
-constexpr CodeMap kCopyTransports[] = {
-    {RVSDP_PROTOCOL_RTP, ZVSDP_TP_RTPAVP}, {RVSDP_PROTOCOL_UDP, ZVSDP_TP_UDP},
-    {RVSDP_PROTOCOL_UDPTL, ZVSDP_TP_UDPTL}, {RVSDP_PROTOCOL_TCP, ZVSDP_TP_TCP},
+// Transports of the stack. The string parser knows only RTP/AVP, but
+// recognises the first four so that it can refuse the whole text for the
+// other three; the copy knows all five.
+constexpr CodeMap kTransports[] = {
+    {RVSDP_PROTOCOL_RTP, ZVSDP_TP_RTPAVP},          {RVSDP_PROTOCOL_UDP, ZVSDP_TP_UDP},
+    {RVSDP_PROTOCOL_UDPTL, ZVSDP_TP_UDPTL},         {RVSDP_PROTOCOL_TCP, ZVSDP_TP_TCP},
     {RVSDP_PROTOCOL_UDP_BFCP, ZVSDP_TP_UDPBFCP},
 };
+constexpr size_t kTextTransportRows = 4;
+// The copy knows fewer media types than the string parser.
 constexpr CodeMap kCopyMediaTypes[] = {
     {RVSDP_MEDIATYPE_AUDIO, ZVSDP_MT_AUDIO},
     {RVSDP_MEDIATYPE_VIDEO, ZVSDP_MT_VIDEO},
@@ -336,7 +332,8 @@ ZVSDP_API uint32_t zvSdpConstructFromString(const char *sdpBuffer, CSdp **objHnd
         RvSdpMediaDescr *descr = static_cast<RvSdpMediaDescr *>(item);
         uint32_t mediaType = 0, transport = 0;
         if (!mediaTypeFromText(rvSdpMediaTypeTxt2Val(rvSdpMediaDescrGetMediaTypeStr(descr)), &mediaType) ||
-            !mapped(kTextTransports, rvSdpMediaProtoTxt2Val(rvSdpMediaDescrGetProtocolStr(descr)), &transport)) {
+            !mapped(kTransports, rvSdpMediaProtoTxt2Val(rvSdpMediaDescrGetProtocolStr(descr)), &transport,
+                    kTextTransportRows)) {
             ZV_LOGD_AS(kModApi, "createRvSdpMirror", "MediaDescriptor(%s, %s) ignored.",
                        orEmpty(rvSdpMediaDescrGetMediaTypeStr(descr)), orEmpty(rvSdpMediaDescrGetProtocolStr(descr)));
             continue;
@@ -395,7 +392,7 @@ ZVSDP_API uint32_t zvSdpCopyRvMedia(CSdp *sdp, RvSdpMsg *rvSdp)
         if (!typeKnown)
             ZV_LOGC(kModApi, "Illegal condition: Unsupported Media type! (%s)",
                     orEmpty(rvSdpMediaDescrGetMediaTypeStr(descr)));
-        if (!mapped(kCopyTransports, rvSdpMediaDescrGetProtocol(descr), &transport)) {
+        if (!mapped(kTransports, rvSdpMediaDescrGetProtocol(descr), &transport)) {
             ZV_LOGC(kModApi, "Illegal condition: Unsupported Media protocol! (%s)",
                     orEmpty(rvSdpMediaDescrGetProtocolStr(descr)));
             continue;
